@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// The persistent settings: QSettings stores in the native format, one bootstrap store that names the company
+/// and software of each installed printer, and one company store in two strictly separate scopes, per user and
+/// machine-wide. Every call opens the store, does one thing and closes it. Nothing reports an error: a store
+/// that cannot be read gives the default, one that cannot be written loses the write.
+
+/// One string value of the company store; a null default is the empty text.
+std::wstring VrpsGetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *defaultValue,
+                                       bool perUser);
+void VrpsSetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *value, bool perUser);
+
+/// Fills the company and software names for a printer queue from the bootstrap store, even when one is empty;
+/// true when both were found.
+bool VrpsGetCompanyFromRegistry(const std::wstring &printer);
+
+std::wstring VrpsGetLastServiceFromRegistry();
+void VrpsSetLastServiceToRegistry(const std::wstring &service);
+
+/// The last print mode, 0 when none is stored or it is negative.
+int VrpsGetLastModeFromRegistry();
+void VrpsSetLastModeToRegistry(int mode);
+
+/// Appends the stored directory servers of a scope to the list; an empty entry is skipped, a missing one ends it.
+void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool perUser);
+/// Replaces the stored directory servers of a scope.
+void VrpsWriteServerDirectoriesToRegistry(const std::vector<std::wstring> &list, bool perUser);
+
+/// Loads the proxy fields of the application object. The proxy password is loaded only when an identifier is
+/// loaded, on purpose; machine-wide there are only server and port.
+void VrpsGetProxyFromRegistry(bool machineOnly);
+/// Stores the proxy fields of the application object per user: user and enciphered password, and server and
+/// port unless `credentialsOnly`. With `forgetPassword` an enciphered empty password is stored.
+void VrpsSetProxyToRegistry(bool credentialsOnly, bool forgetPassword);
+
+/// Loads identifier and password into the application object; a password only beside an identifier.
+void VrpsGetIdentPasswordFromRegistry();
+/// Stores identifier and enciphered password of the application object.
+void VrpsSetIdentPasswordToRegistry();
+
+/// Replaces the help topics of a scope by entries of the form name=address, all blanks removed.
+void VrpsWriteHelpToRegistry(const std::vector<std::wstring> &entries, bool perUser);
+
+/// A value read per user and, when that is empty, machine-wide.
+std::wstring perUserOrMachineWide(const wchar_t *group, const wchar_t *name);
