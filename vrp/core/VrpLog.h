@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <ctime>
 #include <string>
 
 class QFile;
 
+/// The first line of a log: "dd/mm/yyyy - hh:mm:ss".
+[[nodiscard]] std::wstring logTimeStamp(const std::tm &local);
+
 /// The activity log of one run: a UTF-8 text file whose lines end in "\r\n" and whose first line is the local
 /// date and time. Without a name every operation does nothing; failures to open or write are silent.
+/// Everything is flushed at once, and the file is readable by its owner alone.
 class VrpLog
 {
 public:
@@ -24,6 +29,7 @@ public:
     /// Appends `text` and "\r\n".
     void WriteLn(const wchar_t *text);
 
+    /// Closes the file. A later write opens, and therefore empties, it again.
     void Close();
 
     /// Deletes the file of that name, so that no line of an earlier run survives.

@@ -10,7 +10,8 @@ class MessageWindow;
 class QSettings;
 
 /// Run modes, as stored in VrpMain::runMode.
-enum RunMode {
+enum RunMode
+{
     runNone = 0,
     runInstall = 1,
     runUninstall = 2,
@@ -23,14 +24,16 @@ enum RunMode {
 };
 
 /// Print modes, as stored in VrpMain::printMode: distinct bits, 0 for none chosen.
-enum PrintMode {
+enum PrintMode
+{
     printModeNone = 0,
     printModeStandard = 1,
     printModeAsync = 2,
     printModeTunnel = 4,
 };
 
-/// The application object: the state of one run. Exactly one exists, built before main; VrpsGetMain reaches it.
+/// The application object: the state of one run. Exactly one exists, built before main; VrpsGetMain reaches
+/// it.
 class VrpMain
 {
 public:
@@ -64,7 +67,8 @@ public:
     bool showConnectionErrors = false; ///< "-b": every failed connection is shown
     bool noConfirm = false;            ///< "-g" or "-s": install and uninstall ask nothing
     std::wstring programDir;           ///< folder of the executable, without a trailing "/"
-    wchar_t configFilePath[2048] = L"";   ///< configuration file of the resource texts; empty: the settings store
+    wchar_t configFilePath[2048] =
+        L""; ///< configuration file of the resource texts; empty: the settings store
     wchar_t installSourceDir[2048] = L""; ///< installation directory ("-d" of install mode)
     wchar_t printerTitle[256] = L"";
     wchar_t monitorName[256] = L"";
@@ -98,8 +102,8 @@ public:
     std::wstring proxyUser;
     std::wstring proxyPassword; ///< in clear
     bool saveProxyPassword = true;
-    bool proxyDetectionDone = false; ///< the system was asked for its proxy in this run
-    std::wstring socketLogFile;      ///< second half of "-l"
+    bool proxyDetectionDone = false;    ///< the system was asked for its proxy in this run
+    std::wstring socketLogFile;         ///< second half of "-l"
     std::vector<std::wstring> services; ///< tunnel services that the server offers
     bool cancelled = false;             ///< the user pressed cancel in the progress window
     std::wstring messageText;           ///< text that the progress window shows

@@ -5,9 +5,9 @@
 #include <vector>
 
 /// The persistent settings: QSettings stores in the native format, one bootstrap store that names the company
-/// and software of each installed printer, and one company store in two strictly separate scopes, per user and
-/// machine-wide. Every call opens the store, does one thing and closes it. Nothing reports an error: a store
-/// that cannot be read gives the default, one that cannot be written loses the write.
+/// and software of each installed printer, and one company store in two strictly separate scopes, per user
+/// and machine-wide. Every call opens the store, does one thing and closes it. Nothing reports an error: a
+/// store that cannot be read gives the default, one that cannot be written loses the write.
 
 /// One string value of the company store; a null default is the empty text.
 std::wstring VrpsGetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *defaultValue,
@@ -25,7 +25,8 @@ void VrpsSetLastServiceToRegistry(const std::wstring &service);
 int VrpsGetLastModeFromRegistry();
 void VrpsSetLastModeToRegistry(int mode);
 
-/// Appends the stored directory servers of a scope to the list; an empty entry is skipped, a missing one ends it.
+/// Appends the stored directory servers of a scope to the list; an empty entry is skipped, a missing one ends
+/// it.
 void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool perUser);
 /// Replaces the stored directory servers of a scope.
 void VrpsWriteServerDirectoriesToRegistry(const std::vector<std::wstring> &list, bool perUser);
