@@ -1,1 +1,133 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/ui/ConfigDialog.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/core/resource_table.h"
+#include "vrp/platform/text.h"
+#include "vrp/settings/settings_store.h"
+#include "vrp/ui/resource_text.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace {
+
+constexpr wchar_t settingsGroup[] = L"Settings";
+
+QString setting(const wchar_t *name, bool perUser)
+{
+    return QString::fromStdWString(VrpsGetCompanyRegistryKey(settingsGroup, name, L"", perUser));
+}
+
+void storeSetting(const wchar_t *name, const QString &value, bool perUser)
+{
+    VrpsSetCompanyRegistryKey(settingsGroup, name, QString2StdWString(value).c_str(), perUser);
+}
+
+bool versionCheckEnabled()
+{
+    std::wstring value = VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true);
+    VrpsCleanString(value, true);
+    VrpsMakeUpper(value);
+    return value == L"YES";
+}
+
+/// Caps the width of a small widget, at more than `width` where its text needs it.
+void capWidth(QWidget *widget, int width)
+{
+    widget->ensurePolished();
+    widget->setMaximumWidth(std::max(width, widget->minimumSizeHint().width()));
+}
+
+} // namespace
+
+ConfigDialog::ConfigDialog() : PromptDialog(resource::dlgConfigTitle, resource::dlgConfigPosition)
+{
+    createDialog();
+}
+
+void ConfigDialog::createDialog()
+{
+    setMinimumSize(350, 270);
+    m_directory = new QLineEdit(QString::fromStdWString(perUserOrMachineWide(settingsGroup, L"Sdir")), this);
+    addLabelled(resource::dlgConfigDirectoryText, "directoryLabel", m_directory, "directoryEdit");
+
+    // Server and port go together: both are the machine's when the user has no server.
+    const bool perUser = !setting(L"ProxyServer", true).isEmpty();
+    m_proxyServer = new QLineEdit(setting(L"ProxyServer", perUser), this);
+    addLabelled(resource::dlgConfigProxyServerText, "proxyServerLabel", m_proxyServer, "proxyServerEdit");
+    addProxyPort(setting(L"ProxyPort", perUser));
+
+    addCheckBoxes();
+    column()->addWidget(
+        newLabel(resourceText(resource::dlgConfigVersionText) + resourceText(resource::softwareVersion),
+                 "versionLabel"));
+    addButtons({resource::dlgConfigCancelText, resource::dlgConfigOkText, resource::dlgConfigHelpText,
+                L"DlgConfig", L"DlgConfig"});
+    m_directory->setFocus();
+}
+
+void ConfigDialog::addProxyPort(const QString &port)
+{
+    m_proxyPort = new QLineEdit(port, this);
+    m_proxyPort->setObjectName(QStringLiteral("proxyPortEdit"));
+    QLabel *label = newLabel(resourceText(resource::dlgConfigProxyPortText), "proxyPortLabel");
+    label->setBuddy(m_proxyPort);
+    capWidth(label, 40);
+    capWidth(m_proxyPort, 80);
+
+    auto *row = new QHBoxLayout;
+    row->addWidget(label);
+    row->addWidget(m_proxyPort);
+    row->addStretch();
+    column()->addLayout(row);
+}
+
+void ConfigDialog::addCheckBoxes()
+{
+    m_checkVersion = addCheckBox(resourceText(resource::dlgConfigCheckVersionText), "checkVersionBox");
+    m_checkVersion->setChecked(versionCheckEnabled());
+    m_forgetIdentity = addCheckBox(resourceText(resource::dlgConfigUnsavePasswordText), "unsavePasswordBox");
+    m_forgetProxyCredentials =
+        addCheckBox(resourceText(resource::dlgConfigUnsaveProxyPasswordText), "unsaveProxyPasswordBox");
+}
+
+void ConfigDialog::onOk()
+{
+    storeServers();
+    storeSetting(L"CheckVersion", m_checkVersion->isChecked() ? QStringLiteral("yes") : QStringLiteral("no"),
+                 true);
+    if (m_forgetIdentity->isChecked())
+        forgetIdentity();
+    if (m_forgetProxyCredentials->isChecked())
+        forgetProxyCredentials();
+    accept();
+}
+
+void ConfigDialog::storeServers() const
+{
+    storeSetting(L"Sdir", m_directory->text(), true);
+    storeSetting(L"Sdir", m_directory->text(), false);
+    storeSetting(L"ProxyServer", m_proxyServer->text(), true);
+    storeSetting(L"ProxyPort", m_proxyPort->text(), true);
+}
+
+void ConfigDialog::forgetIdentity() const
+{
+    VrpsGetMain()->ident.clear();
+    VrpsGetMain()->password.clear();
+    VrpsSetIdentPasswordToRegistry();
+}
+
+/// The fields cleared are the proxy server and the login password, on purpose: the proxy user is empty in
+/// configure mode, which never loads it, and so an empty user and an enciphered empty password are stored.
+void ConfigDialog::forgetProxyCredentials() const
+{
+    VrpsGetMain()->proxyServer.clear();
+    VrpsGetMain()->password.clear();
+    VrpsSetProxyToRegistry(true, true);
+}

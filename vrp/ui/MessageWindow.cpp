@@ -2,10 +2,10 @@
 #include "vrp/ui/MessageWindow.h"
 
 #include "vrp/core/VrpMain.h"
-#include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 #include "vrp/ui/entry_values.h"
+#include "vrp/ui/resource_text.h"
 #include "vrp/ui/window_placement.h"
 
 #include <QCoreApplication>
@@ -13,7 +13,6 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
-#include <QShowEvent>
 #include <QTimer>
 #include <QWindow>
 
@@ -22,19 +21,14 @@
 
 namespace {
 
-/// Largest side of the window and largest text size, in pixels: a configured number beyond is taken for these, since
-/// no window system shows more and the toolkit would allocate it.
+/// Largest side of the window and largest text size, in pixels: a configured number beyond is taken for
+/// these, since no window system shows more and the toolkit would allocate it.
 constexpr int largestSide = 8192;
 constexpr int largestFontSize = 1000;
 
 constexpr int defaultFontSize = 20;
 constexpr int styleSheetCapacity = 799;
 constexpr int exposeWaitMs = 250;
-
-QString configured(const wchar_t *id)
-{
-    return QString::fromStdWString(VrpsLoadConfigString(id));
-}
 
 int configuredNumber(const wchar_t *id)
 {
@@ -72,11 +66,12 @@ QString colorDeclaration(const char *property, const QColor &color)
 QString fontDeclaration()
 {
     const int size = configuredNumber(resource::messageWindowFontSize);
-    const QString weight = isYes(VrpsLoadConfigString(resource::messageWindowBold)) ? QStringLiteral("bold ") : QString();
+    const QString weight =
+        isYes(VrpsLoadConfigString(resource::messageWindowBold)) ? QStringLiteral("bold ") : QString();
     const std::wstring family = styleSheetFontFamily(VrpsLoadConfigString(resource::messageWindowFont));
-    return QStringLiteral("font: ") + weight
-        + QString::asprintf("%dpx ", size < 1 ? defaultFontSize : std::min(size, largestFontSize))
-        + QString::fromStdWString(family) + QLatin1Char(';');
+    return QStringLiteral("font: ") + weight +
+           QString::asprintf("%dpx ", size < 1 ? defaultFontSize : std::min(size, largestFontSize)) +
+           QString::fromStdWString(family) + QLatin1Char(';');
 }
 
 QSize logicalSize(const QPixmap &pixmap)
@@ -110,7 +105,7 @@ void MessageWindow::applyFrame()
     if (!isYes(VrpsLoadConfigString(resource::messageWindowBorder)))
         flags |= Qt::FramelessWindowHint;
     setWindowFlags(flags);
-    setWindowTitle(configured(resource::messageWindowTitle));
+    setWindowTitle(resourceText(resource::messageWindowTitle));
 }
 
 void MessageWindow::applyGeometry()
@@ -121,16 +116,18 @@ void MessageWindow::applyGeometry()
 
 void MessageWindow::applyColors()
 {
-    setStyleSheet(colorDeclaration("background-color", configuredColor(resource::messageWindowBackgroundColor)));
+    setStyleSheet(
+        colorDeclaration("background-color", configuredColor(resource::messageWindowBackgroundColor)));
 }
 
 void MessageWindow::createTextLabel()
 {
     const QPoint position = configuredPosition(resource::messageWindowTextPosition);
     const qint64 room = qint64{configuredSide(resource::messageWindowWidht)} - position.x() - 10;
-    const QString styleSheet = fontDeclaration() + QLatin1Char(' ')
-        + colorDeclaration("color", configuredColor(resource::messageWindowTextColor)) + QLatin1Char(' ')
-        + colorDeclaration("background-color", configuredColor(resource::messageWindowTextBackgroundColor));
+    const QString styleSheet =
+        fontDeclaration() + QLatin1Char(' ') +
+        colorDeclaration("color", configuredColor(resource::messageWindowTextColor)) + QLatin1Char(' ') +
+        colorDeclaration("background-color", configuredColor(resource::messageWindowTextBackgroundColor));
 
     m_textLabel = new QLabel(this);
     m_textLabel->setObjectName(QStringLiteral("textLabel"));
@@ -166,7 +163,7 @@ QPushButton *MessageWindow::createBitmapButton(const QPixmap &pixmap, QSize icon
     button->setIconSize(iconSize);
     button->setFixedSize(logicalSize(pixmap));
     button->move(configuredPosition(resource::messageWindowBitmapCancelPosition));
-    button->setAccessibleName(configured(resource::dlgIdentCancelText));
+    button->setAccessibleName(resourceText(resource::dlgIdentCancelText));
     return button;
 }
 
@@ -180,9 +177,10 @@ void MessageWindow::getPositionFromId(const wchar_t *id, int &x, int &y)
     parsePosition(VrpsLoadConfigString(id), x, y);
 }
 
-QPixmap *MessageWindow::loadBitmap(QPixmap *pixmap, const wchar_t *fileId, const wchar_t *positionId, QPainter *painter)
+QPixmap *MessageWindow::loadBitmap(QPixmap *pixmap, const wchar_t *fileId, const wchar_t *positionId,
+                                   QPainter *painter)
 {
-    const QString file = configured(fileId).trimmed();
+    const QString file = resourceText(fileId).trimmed();
     if (file.isEmpty())
         return nullptr;
     const QString folder = QString::fromStdWString(VrpsGetMain()->programDir);
@@ -196,16 +194,19 @@ QPixmap *MessageWindow::loadBitmap(QPixmap *pixmap, const wchar_t *fileId, const
 void MessageWindow::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    loadBitmap(&m_bitmap1, resource::messageWindowBitmap1File, resource::messageWindowBitmap1Position, &painter);
-    loadBitmap(&m_bitmap2, resource::messageWindowBitmap2File, resource::messageWindowBitmap2Position, &painter);
-    loadBitmap(&m_bitmap3, resource::messageWindowBitmap3File, resource::messageWindowBitmap3Position, &painter);
+    loadBitmap(&m_bitmap1, resource::messageWindowBitmap1File, resource::messageWindowBitmap1Position,
+               &painter);
+    loadBitmap(&m_bitmap2, resource::messageWindowBitmap2File, resource::messageWindowBitmap2Position,
+               &painter);
+    loadBitmap(&m_bitmap3, resource::messageWindowBitmap3File, resource::messageWindowBitmap3Position,
+               &painter);
 }
 
-void MessageWindow::showEvent(QShowEvent *event)
+void MessageWindow::setVisible(bool visible)
 {
-    if (!event->spontaneous())
+    if (visible && !isVisible())
         placeVisibly(*this);
-    QMainWindow::showEvent(event);
+    QMainWindow::setVisible(visible);
 }
 
 void MessageWindow::setTextMessage(const wchar_t *text)
@@ -220,7 +221,8 @@ void MessageWindow::setTextMessage(const wchar_t *text)
 void MessageWindow::fitTextLabel()
 {
     const int width = m_textLabel->width();
-    m_textLabel->resize(width, std::max(m_textLabel->heightForWidth(width), m_textLabel->sizeHint().height()));
+    m_textLabel->resize(width,
+                        std::max(m_textLabel->heightForWidth(width), m_textLabel->sizeHint().height()));
 }
 
 void MessageWindow::repaintText()
@@ -228,8 +230,8 @@ void MessageWindow::repaintText()
     m_textLabel->repaint();
 }
 
-/// Shows the window and, when it was hidden, waits until the window system has put it on the screen, so that nobody
-/// looks at an empty frame during the server call that follows.
+/// Shows the window and, when it was hidden, waits until the window system has put it on the screen, so that
+/// nobody looks at an empty frame during the server call that follows.
 void MessageWindow::showPainted()
 {
     if (isVisible())
@@ -237,7 +239,8 @@ void MessageWindow::showPainted()
     show();
     const QDeadlineTimer deadline(exposeWaitMs);
     while (!windowHandle()->isExposed() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, static_cast<int>(deadline.remainingTime()));
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents,
+                                        static_cast<int>(deadline.remainingTime()));
 }
 
 void MessageWindow::setOnTop()

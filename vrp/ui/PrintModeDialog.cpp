@@ -1,1 +1,79 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/ui/PrintModeDialog.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/core/resource_table.h"
+#include "vrp/settings/settings_store.h"
+#include "vrp/ui/print_choices.h"
+#include "vrp/ui/resource_text.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+PrintModeDialog::PrintModeDialog() : PromptDialog(resource::dlgPrintModeTitle, resource::dlgPrintModePosition)
+{
+    createDialog();
+}
+
+void PrintModeDialog::createDialog()
+{
+    const VrpMain *run = VrpsGetMain();
+    setMinimumSize(470, 260);
+    column()->addWidget(newLabel(resourceText(resource::dlgPrintModeChooseText), "headingLabel"));
+    column()->addSpacing(20);
+
+    auto *rows = new QGridLayout;
+    rows->setColumnStretch(1, 1);
+    m_standard = addMode(rows, resource::dlgPrintModeStandard, resource::dlgPrintModeStandardText,
+                         run->standardModeOffered);
+    m_async =
+        addMode(rows, resource::dlgPrintModeAsync, resource::dlgPrintModeAsyncText, run->asyncModeOffered);
+    m_tunnel =
+        addMode(rows, resource::dlgPrintModeTunnel, resource::dlgPrintModeTunnelText, run->tunnelModeOffered);
+    m_standard->setObjectName(QStringLiteral("standardButton"));
+    m_async->setObjectName(QStringLiteral("asyncButton"));
+    m_tunnel->setObjectName(QStringLiteral("tunnelButton"));
+    column()->addLayout(rows);
+
+    addButtons({resource::dlgPrintModeCancelText, resource::dlgPrintModeOkText,
+                resource::dlgPrintModeHelpText, L"DlgPrintMode", L"DlgPrintMode"});
+
+    const int mode = preselectedPrintMode(VrpsGetLastModeFromRegistry(), run->standardModeOffered,
+                                          run->asyncModeOffered, run->tunnelModeOffered);
+    QRadioButton *preselected =
+        mode == printModeTunnel ? m_tunnel : (mode == printModeAsync ? m_async : m_standard);
+    preselected->setChecked(true);
+    preselected->setFocus();
+}
+
+/// One row: the mode's button and its description beside it.
+QRadioButton *PrintModeDialog::addMode(QGridLayout *rows, const wchar_t *nameId, const wchar_t *descriptionId,
+                                       bool offered)
+{
+    auto *button = new QRadioButton(resourceText(nameId), this);
+    button->setMinimumWidth(150);
+    button->setEnabled(offered);
+
+    QLabel *description = newLabel(resourceText(descriptionId), "descriptionLabel");
+    description->setWordWrap(true);
+    description->setMinimumSize(300, 50);
+    description->setBuddy(button);
+    button->setAccessibleDescription(description->text());
+
+    const int row = rows->rowCount();
+    rows->addWidget(button, row, 0);
+    rows->addWidget(description, row, 1);
+    return button;
+}
+
+void PrintModeDialog::onOk()
+{
+    const int mode = m_tunnel->isChecked()  ? printModeTunnel
+                     : m_async->isChecked() ? printModeAsync
+                                            : printModeStandard;
+    VrpsGetMain()->printMode = mode;
+    VrpsSetLastModeToRegistry(mode);
+    accept();
+}

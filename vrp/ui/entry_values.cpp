@@ -33,8 +33,8 @@ bool isAsciiLetter(wchar_t c)
     return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
 }
 
-/// Words of letters, digits and hyphens that begin with a letter, blanks between them, commas behind them: what a
-/// style sheet takes for a family, or a list of them, without quotes.
+/// Words of letters, digits and hyphens that begin with a letter, blanks between them, commas behind them:
+/// what a style sheet takes for a family, or a list of them, without quotes.
 bool isPlainFamily(std::wstring_view family)
 {
     wchar_t previous = L' ';

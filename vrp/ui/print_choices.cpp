@@ -1,1 +1,66 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/ui/print_choices.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/settings/settings_store.h"
+#include "vrp/ui/AskServiceDialog.h"
+#include "vrp/ui/PrintModeDialog.h"
+#include "vrp/ui/modal_run.h"
+
+int VrpsAskPrintMode()
+{
+    VrpMain *run = VrpsGetMain();
+    run->printMode = VrpsGetLastModeFromRegistry();
+    int offered = 0;
+    const auto count = [&](bool modeOffered, int mode) {
+        if (modeOffered) {
+            ++offered;
+            run->printMode = mode;
+        }
+    };
+    count(run->standardModeOffered, printModeStandard);
+    count(run->asyncModeOffered, printModeAsync);
+    count(run->tunnelModeOffered, printModeTunnel);
+    if (offered == 1) {
+        VrpsSetLastModeToRegistry(run->printMode);
+        return 0;
+    }
+    run->printMode = printModeNone;
+    PrintModeDialog dialog;
+    return runModally(dialog);
+}
+
+int VrpsAskService()
+{
+    VrpMain *run = VrpsGetMain();
+    run->service = VrpsGetLastServiceFromRegistry();
+    AskServiceDialog dialog;
+    if (runModally(dialog) != 0)
+        return 1;
+    VrpsSetLastServiceToRegistry(run->service);
+    return 0;
+}
+
+int preselectedPrintMode(int lastMode, bool standardOffered, bool asyncOffered, bool tunnelOffered)
+{
+    int mode = lastMode == printModeAsync || lastMode == printModeTunnel ? lastMode : printModeStandard;
+    const auto firstOffered = [&](bool offered, int candidate, bool otherOffered, int other) {
+        mode = offered ? candidate : (otherOffered ? other : mode);
+    };
+    if (mode == printModeStandard && !standardOffered)
+        firstOffered(asyncOffered, printModeAsync, tunnelOffered, printModeTunnel);
+    if (mode == printModeAsync && !asyncOffered)
+        firstOffered(standardOffered, printModeStandard, tunnelOffered, printModeTunnel);
+    if (mode == printModeTunnel && !tunnelOffered)
+        firstOffered(standardOffered, printModeStandard, asyncOffered, printModeAsync);
+    return mode;
+}
+
+std::wstring serviceTitle(std::wstring_view row)
+{
+    const std::size_t first = row.find(L';');
+    if (first == std::wstring_view::npos)
+        return std::wstring(row);
+    row.remove_prefix(first + 1);
+    return std::wstring(row.substr(0, row.find(L';')));
+}

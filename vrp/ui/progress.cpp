@@ -44,6 +44,8 @@ void VrpsSetMessageWindowOnTop()
         window->setOnTop();
 }
 
-void UpdateMessageWindow() { }
+void UpdateMessageWindow()
+{}
 
-void VrpsCleanupUi() { }
+void VrpsCleanupUi()
+{}

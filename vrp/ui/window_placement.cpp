@@ -10,8 +10,8 @@
 
 namespace {
 
-/// `wanted` moved by as little as puts the whole window into the area; a window larger than the area keeps its
-/// top left corner in it, where the title is.
+/// `wanted` moved by as little as puts the whole window into the area; a window larger than the area keeps
+/// its top left corner in it, where the title is.
 QPoint positionInside(const QRect &area, QPoint wanted, QSize window)
 {
     const int right = std::max(area.left(), area.left() + area.width() - window.width());
@@ -28,15 +28,18 @@ qint64 distance(QPoint a, QPoint b)
 /// As QRect::intersects, without its overflow beside the largest integer.
 bool titleIsOn(const QRect &screen, QPoint position, QSize title)
 {
-    return position.x() < screen.left() + screen.width() && position.y() < screen.top() + screen.height()
-        && qint64{position.x()} + title.width() > screen.left() && qint64{position.y()} + title.height() > screen.top();
+    return position.x() < screen.left() + screen.width() && position.y() < screen.top() + screen.height() &&
+           qint64{position.x()} + title.width() > screen.left() &&
+           qint64{position.y()} + title.height() > screen.top();
 }
 
 } // namespace
 
 QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window, const QList<ScreenArea> &screens)
 {
-    const auto showsTitle = [&](const ScreenArea &screen) { return titleIsOn(screen.whole, wanted, titleArea); };
+    const auto showsTitle = [&](const ScreenArea &screen) {
+        return titleIsOn(screen.whole, wanted, titleArea);
+    };
     if (screens.isEmpty() || std::any_of(screens.begin(), screens.end(), showsTitle))
         return wanted;
     QPoint nearest = positionInside(screens.first().usable, wanted, window);
@@ -55,8 +58,8 @@ void placeVisibly(QWidget &window)
         screens.append({screen->geometry(), screen->availableGeometry()});
     // The frame is known only once a window manager has put it around the window.
     const int titleHeight = window.style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, &window);
-    const QPoint position
-        = visiblePosition(window.pos(), {window.width(), titleHeight}, window.frameGeometry().size(), screens);
+    const QPoint position =
+        visiblePosition(window.pos(), {window.width(), titleHeight}, window.frameGeometry().size(), screens);
     if (position != window.pos())
         window.move(position);
 }

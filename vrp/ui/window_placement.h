@@ -15,9 +15,10 @@ struct ScreenArea
     QRect usable;
 };
 
-/// Where a window goes, in screen coordinates: exactly where it wants to be as long as any part of its title area
-/// is on some screen, otherwise the nearest place at which all of it is visible.
-[[nodiscard]] QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window, const QList<ScreenArea> &screens);
+/// Where a window goes, in screen coordinates: exactly where it wants to be as long as any part of its title
+/// area is on some screen, otherwise the nearest place at which all of it is visible.
+[[nodiscard]] QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window,
+                                     const QList<ScreenArea> &screens);
 
 /// Moves a window that is about to be shown to a visible position.
 void placeVisibly(QWidget &window);

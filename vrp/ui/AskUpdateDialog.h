@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "vrp/ui/PromptDialog.h"
+
+/// Asks whether to upgrade now. The answer goes into the application object: 1 for Yes, 0 for No, 2 for
+/// Cancel; Escape leaves it as it is.
+class AskUpdateDialog : public PromptDialog
+{
+    Q_OBJECT
+
+public:
+    AskUpdateDialog();
+
+protected Q_SLOTS:
+    void onYes();
+    void onNo();
+    void onCancel() override;
+
+private:
+    void createDialog();
+};
