@@ -1,1 +1,148 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/core/GuiApplication.h"
+#include "vrp/core/VrpMain.h"
+#include "vrp/core/command_line.h"
+#include "vrp/core/resource_strings.h"
+#include "vrp/core/resource_table.h"
+#include "vrp/platform/install.h"
+#include "vrp/platform/text.h"
+#include "vrp/server/browser.h"
+#include "vrp/settings/settings_store.h"
+#include "vrp/ui/ConfigDialog.h"
+#include "vrp/ui/MessageWindow.h"
+#include "vrp/ui/message_boxes.h"
+#include "vrp/ui/progress.h"
+
+#include <QSettings>
+
+#include <string>
+
+namespace {
+
+using LastWindow = GuiApplication::LastWindow;
+using Windows = GuiApplication::Windows;
+
+/// The program's own version, apart from the one that is installed and shown to users.
+constexpr wchar_t internalVersion[] = L"3.00";
+
+void showError(const wchar_t *id)
+{
+    if (!VrpsGetMain()->silent) {
+        VrpsErrorMessage(id, 0);
+    }
+}
+
+void loadPrinterTitle(VrpMain &main)
+{
+    copyBounded(main.printerTitle, VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
+}
+
+/// Loads the settings of the printer named by "-p"; false when that was not possible, and the user told.
+bool loadNamedPrinter(VrpMain &main)
+{
+    main.configFilePath[0] = L'\0';
+    std::wstring printer;
+    if (!optionValue(L"-p", printer) || printer.empty()) {
+        showError(resource::errorsNoPrinterName);
+        return false;
+    }
+    if (!VrpsGetCompanyFromRegistry(printer)) {
+        showError(resource::errorsPrinterNotInstalled);
+        return false;
+    }
+    loadPrinterTitle(main);
+    VrpsLoadResources();
+    // The resources know one printer's name; this run is about the one that was named.
+    copyBounded(main.printerName, printer);
+    return true;
+}
+
+/// Install and uninstall show nothing when they are silent, and then need no display.
+Windows windowsOfSetup(const VrpMain &main)
+{
+    return main.silent ? Windows::none : Windows::shown;
+}
+
+} // namespace
+
+bool VrpMain::Help()
+{
+    const GuiApplication application(LastWindow::endsLoop);
+    if (!loadNamedPrinter(*this)) {
+        return false;
+    }
+    const std::wstring address = perUserOrMachineWide(L"Help", L"Main");
+    if (!address.empty()) {
+        VrpsRunBrowser(address.c_str());
+    }
+    return true;
+}
+
+int VrpMain::Configure()
+{
+    const GuiApplication application(LastWindow::endsLoop);
+    if (!loadNamedPrinter(*this)) {
+        return 1;
+    }
+    ConfigDialog dialog;
+    dialog.show();
+    return GuiApplication::run();
+}
+
+bool VrpMain::Version()
+{
+    VrpsLoadResources();
+    const GuiApplication application(LastWindow::endsLoop);
+    const std::wstring text = std::wstring(L"Virtual printer internal version = ") + internalVersion;
+    VrpsMessageBox(text.c_str(), iconInformation, buttonOk);
+    return true;
+}
+
+bool VrpMain::Install()
+{
+    const GuiApplication application(LastWindow::endsLoop, windowsOfSetup(*this));
+    return VrpsInstall();
+}
+
+bool VrpMain::Uninstall()
+{
+    const GuiApplication application(LastWindow::endsLoop, windowsOfSetup(*this));
+    return VrpsUninstall();
+}
+
+int VrpMain::Send()
+{
+    // A hidden progress window must not end the loop under the dialogs that follow.
+    const GuiApplication application(LastWindow::isIgnored);
+    if (InitSend() != 0) {
+        return 1;
+    }
+    // Lives until the process ends, as late events may still name it.
+    messageWindow = new MessageWindow;
+    return GuiApplication::run();
+}
+
+int VrpMain::InitSend()
+{
+    std::wstring printer;
+    for (const std::wstring &value : optionValues(L"-p")) {
+        log.Write(L"\t");
+        log.WriteLn(value.c_str());
+        printer = value;
+    }
+    if (!VrpsGetCompanyFromRegistry(printer)) {
+        showError(resource::errorsPrinterNotInstalled);
+        log.WriteLn(L"Error: Printer not installed");
+        return 1;
+    }
+    loadPrinterTitle(*this);
+    return 0;
+}
+
+void VrpMain::Cleanup()
+{
+    VrpsCleanupUi();
+    log.Close();
+    delete configSettings;
+    configSettings = nullptr;
+}

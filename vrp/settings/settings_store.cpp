@@ -17,16 +17,6 @@ constexpr wchar_t serverDirectoriesGroup[] = L"ServerDirectories";
 constexpr wchar_t helpGroup[] = L"Help";
 constexpr wchar_t listEnd[] = L"NoEntry"; ///< read back where a list holds no further entry
 
-std::wstring userSetting(const wchar_t *name)
-{
-    return VrpsGetCompanyRegistryKey(settingsGroup, name, L"", true);
-}
-
-void setUserSetting(const wchar_t *name, const std::wstring &value)
-{
-    VrpsSetCompanyRegistryKey(settingsGroup, name, value.c_str(), true);
-}
-
 std::wstring directoryName(std::size_t index)
 {
     return L"Sdir" + std::to_wstring(index);
@@ -66,6 +56,16 @@ void VrpsSetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const 
     }
     store->beginGroup(QString::fromWCharArray(group));
     storeText(*store, name, value);
+}
+
+std::wstring userSetting(const wchar_t *name)
+{
+    return VrpsGetCompanyRegistryKey(settingsGroup, name, L"", true);
+}
+
+void setUserSetting(const wchar_t *name, const std::wstring &value)
+{
+    VrpsSetCompanyRegistryKey(settingsGroup, name, value.c_str(), true);
 }
 
 bool VrpsGetCompanyFromRegistry(const std::wstring &printer)

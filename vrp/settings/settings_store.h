@@ -14,6 +14,10 @@ std::wstring VrpsGetCompanyRegistryKey(const wchar_t *group, const wchar_t *name
                                        bool perUser);
 void VrpsSetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *value, bool perUser);
 
+/// One per-user value of the group "Settings", by default the empty text.
+std::wstring userSetting(const wchar_t *name);
+void setUserSetting(const wchar_t *name, const std::wstring &value);
+
 /// Fills the company and software names for a printer queue from the bootstrap store, even when one is empty;
 /// true when both were found.
 bool VrpsGetCompanyFromRegistry(const std::wstring &printer);

@@ -24,8 +24,8 @@ std::unique_ptr<QSettings> openNative(QSettings::Scope scope, const QString &org
     return settings;
 }
 
-/// Creates an empty file for its owner alone where there is none: the toolkit would let everybody read it. Where
-/// a system service keeps the stores (macOS), they are private already.
+/// Creates an empty file for its owner alone where there is none: the toolkit would let everybody read it.
+/// Where a system service keeps the stores (macOS), they are private already.
 void createPrivateFile([[maybe_unused]] const QString &path)
 {
 #ifndef Q_OS_MACOS

@@ -9,6 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 using List = std::vector<std::wstring>;
@@ -191,6 +194,47 @@ TEST_F(SettingsStore, a_binary_file_gives_the_default_and_can_be_written_again)
     EXPECT_EQ(read(L"Settings", L"Sdir", true), L"default");
     VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", L"x", true);
     EXPECT_EQ(read(L"Settings", L"Sdir", true), L"x");
+}
+
+/// Starts a process that stores `count` values whose names begin with `prefix`.
+pid_t startWriter(const std::wstring &prefix, int count)
+{
+    const pid_t process = fork();
+    if (process == 0) {
+        for (int i = 0; i < count; ++i) {
+            VrpsSetCompanyRegistryKey(L"Settings", (prefix + std::to_wstring(i)).c_str(), prefix.c_str(),
+                                      true);
+        }
+        _exit(0);
+    }
+    return process;
+}
+
+bool stillRuns(pid_t process)
+{
+    int status = 0;
+    return waitpid(process, &status, WNOHANG) == 0;
+}
+
+TEST_F(SettingsStore, two_processes_that_write_at_once_lose_nothing_and_are_never_seen_half_way)
+{
+    constexpr int count = 100;
+    VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", L"kept", true);
+    const pid_t first = startWriter(L"first", count);
+    const pid_t second = startWriter(L"second", count);
+    ASSERT_GT(first, 0);
+    ASSERT_GT(second, 0);
+    bool firstRuns = true;
+    bool secondRuns = true;
+    while (firstRuns || secondRuns) {
+        ASSERT_EQ(read(L"Settings", L"Sdir", true), L"kept");
+        firstRuns = firstRuns && stillRuns(first);
+        secondRuns = secondRuns && stillRuns(second);
+    }
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(read(L"Settings", (L"first" + std::to_wstring(i)).c_str(), true), L"first");
+        EXPECT_EQ(read(L"Settings", (L"second" + std::to_wstring(i)).c_str(), true), L"second");
+    }
 }
 
 TEST_F(SettingsStore, a_registered_printer_gives_company_and_software_names)
