@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "backend/display.h"
+
+#include "backend/file_descriptor.h"
+
+#include <netdb.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace backend {
+namespace {
+
+std::string environment(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+/// A path that begins with a zero byte names a socket in the abstract name space.
+bool connectsLocally(const std::string &path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
+        return false;
+    }
+    std::memcpy(address.sun_path, path.data(), path.size());
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const bool isAbstract = path[0] == '\0';
+    const auto length =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + (isAbstract ? 0 : 1));
+    return socket.isOpen() && ::connect(socket.get(), reinterpret_cast<sockaddr *>(&address), length) == 0;
+}
+
+bool connectsOverNetwork(const std::string &host, int port)
+{
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo *found = nullptr;
+    if (::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0) {
+        return false;
+    }
+    const std::unique_ptr<addrinfo, void (*)(addrinfo *)> addresses(found, ::freeaddrinfo);
+    for (const addrinfo *address = found; address != nullptr; address = address->ai_next) {
+        const FileDescriptor socket(::socket(address->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (socket.isOpen() && ::connect(socket.get(), address->ai_addr, address->ai_addrlen) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// DISPLAY is [host]:number[.screen] (X(7)).
+bool x11Opens(const std::string &display)
+{
+    const std::size_t colon = display.rfind(':');
+    if (colon == std::string::npos) {
+        return false;
+    }
+    const std::string host = display.substr(0, colon);
+    const int number = std::atoi(display.c_str() + colon + 1);
+    if (!host.empty() && host != "unix") {
+        return connectsOverNetwork(host, 6000 + number);
+    }
+    const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
+    return connectsLocally(path) || connectsLocally(std::string(1, '\0') + path);
+}
+
+bool waylandOpens(const std::string &display)
+{
+    const bool isPath = !display.empty() && display[0] == '/';
+    return !display.empty() &&
+           connectsLocally(isPath ? display : environment("XDG_RUNTIME_DIR") + "/" + display);
+}
+
+} // namespace
+
+bool displayOpens()
+{
+    return waylandOpens(environment("WAYLAND_DISPLAY")) || x11Opens(environment("DISPLAY"));
+}
+
+} // namespace backend

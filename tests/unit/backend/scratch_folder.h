@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+/// A folder that exists as long as the object, and what tests do with files.
+class ScratchFolder
+{
+public:
+    ScratchFolder()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "varek-backend-XXXXXX").string();
+        m_path = ::mkdtemp(pattern.data());
+    }
+
+    ScratchFolder(const ScratchFolder &) = delete;
+    ScratchFolder &operator=(const ScratchFolder &) = delete;
+
+    ~ScratchFolder() { std::filesystem::remove_all(m_path); }
+
+    [[nodiscard]] std::filesystem::path path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+inline std::string contents(const std::filesystem::path &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline void writeFile(const std::filesystem::path &file, const std::string &text, mode_t mode = 0600)
+{
+    std::ofstream(file, std::ios::binary) << text;
+    ::chmod(file.c_str(), mode);
+}
+
+inline mode_t modeOf(const std::filesystem::path &file)
+{
+    struct stat status
+    {};
+
+    return ::lstat(file.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
