@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+#include "wire/objects.h"
+
+#include "wire/byte_io.h"
+#include "wire/limits.h"
+#include "wire/utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace wire {
+namespace {
+
+constexpr std::array<std::pair<ObjectType, std::string_view>, 6> kTypeNames = {{
+    {ObjectType::String, "STRING"},
+    {ObjectType::Integer, "INTEGER"},
+    {ObjectType::File, "FILE"},
+    {ObjectType::StringList, "STRINGLIST"},
+    {ObjectType::IndStringList, "INDSTRINGLIST"},
+    {ObjectType::Table, "TABLE"},
+}};
+
+template <class... Callables>
+struct Overloaded : Callables...
+{
+    using Callables::operator()...;
+};
+template <class... Callables>
+Overloaded(Callables...) -> Overloaded<Callables...>;
+
+std::optional<Value> decodeStringList(ByteReader reader)
+{
+    StringList list;
+    while (reader.ok() && !reader.atEnd() && list.size() <= kMaxEntries) {
+        list.emplace_back(reader.text(kMaxTextBytes));
+    }
+    if (!reader.complete() || list.size() > kMaxEntries) {
+        return std::nullopt;
+    }
+    return list;
+}
+
+std::optional<Value> decodeIndStringList(ByteReader reader)
+{
+    IndStringList list;
+    while (reader.ok() && !reader.atEnd() && list.size() <= kMaxEntries) {
+        std::string key(reader.text(kMaxTextBytes));
+        list.push_back({std::move(key), std::string(reader.text(kMaxTextBytes))});
+    }
+    if (!reader.complete() || list.size() > kMaxEntries) {
+        return std::nullopt;
+    }
+    return list;
+}
+
+std::optional<Value> decodeTable(ByteReader reader)
+{
+    Table table;
+    table.columns = reader.u32();
+    if (table.columns > kMaxColumns) {
+        return std::nullopt;
+    }
+    const std::size_t maxCells = kMaxEntries * table.columns;
+    while (reader.ok() && !reader.atEnd() && table.cells.size() <= maxCells) {
+        table.cells.emplace_back(reader.text(kMaxTextBytes));
+    }
+    const bool isWhole = table.columns == 0 ? table.cells.empty() : table.cells.size() % table.columns == 0;
+    if (!reader.complete() || !isWhole || table.cells.size() > maxCells) {
+        return std::nullopt;
+    }
+    return table;
+}
+
+std::string encodeTexts(std::string bytes, const StringList &texts)
+{
+    for (const std::string &text : texts) {
+        appendText(bytes, text);
+    }
+    return bytes;
+}
+
+bool areTexts(const StringList &texts)
+{
+    return std::all_of(texts.begin(), texts.end(),
+                       [](const std::string &t) { return t.size() <= kMaxTextBytes; });
+}
+
+std::size_t bytesOf(const StringList &texts)
+{
+    std::size_t sum = 0;
+    for (const std::string &text : texts) {
+        sum += 4 + text.size();
+    }
+    return sum;
+}
+
+bool isListWithinLimits(const IndStringList &list)
+{
+    std::size_t sum = 0;
+    for (const Field &entry : list) {
+        if (entry.key.size() > kMaxTextBytes || entry.value.size() > kMaxTextBytes) {
+            return false;
+        }
+        sum += 8 + entry.key.size() + entry.value.size();
+    }
+    return list.size() <= kMaxEntries && sum <= kMaxValueBytes;
+}
+
+} // namespace
+
+ObjectType typeOf(const Value &value)
+{
+    return std::visit(Overloaded{[](const std::string &) { return ObjectType::String; },
+                                 [](std::int64_t) { return ObjectType::Integer; },
+                                 [](const StringList &) { return ObjectType::StringList; },
+                                 [](const IndStringList &) { return ObjectType::IndStringList; },
+                                 [](const Table &) { return ObjectType::Table; }},
+                      value);
+}
+
+Value emptyValue(ObjectType type)
+{
+    switch (type) {
+    case ObjectType::Integer:
+        return std::int64_t{0};
+    case ObjectType::StringList:
+        return StringList{};
+    case ObjectType::IndStringList:
+        return IndStringList{};
+    case ObjectType::Table:
+        return Table{};
+    case ObjectType::String:
+    case ObjectType::File:
+        break;
+    }
+    return std::string{};
+}
+
+std::string_view typeName(ObjectType type)
+{
+    const auto found = std::find_if(kTypeNames.begin(), kTypeNames.end(),
+                                    [type](const auto &row) { return row.first == type; });
+    return found == kTypeNames.end() ? std::string_view{} : found->second;
+}
+
+std::optional<ObjectType> typeFromName(std::string_view name)
+{
+    const auto found = std::find_if(kTypeNames.begin(), kTypeNames.end(),
+                                    [name](const auto &row) { return row.second == name; });
+    return found == kTypeNames.end() ? std::nullopt : std::optional(found->first);
+}
+
+std::optional<ObjectType> typeFromNumber(std::uint8_t number)
+{
+    if (number < 1 || number > kTypeNames.size()) {
+        return std::nullopt;
+    }
+    return static_cast<ObjectType>(number);
+}
+
+std::string encodeValue(const Value &value)
+{
+    return std::visit(Overloaded{[](const std::string &text) { return text; },
+                                 [](std::int64_t number) { return std::to_string(number); },
+                                 [](const StringList &list) { return encodeTexts({}, list); },
+                                 [](const IndStringList &list) {
+                                     std::string bytes;
+                                     for (const Field &entry : list) {
+                                         appendText(bytes, entry.key);
+                                         appendText(bytes, entry.value);
+                                     }
+                                     return bytes;
+                                 },
+                                 [](const Table &table) {
+                                     std::string bytes;
+                                     appendNumber(bytes, table.columns, 4);
+                                     return encodeTexts(std::move(bytes), table.cells);
+                                 }},
+                      value);
+}
+
+std::optional<Value> decodeValue(ObjectType type, std::string_view bytes)
+{
+    if (bytes.size() > kMaxValueBytes) {
+        return std::nullopt;
+    }
+    switch (type) {
+    case ObjectType::String:
+        return bytes.size() <= kMaxTextBytes && isText(bytes) ? std::optional<Value>(std::string(bytes))
+                                                              : std::nullopt;
+    case ObjectType::Integer: {
+        const std::optional<std::int64_t> number = parseInteger(bytes);
+        return number ? std::optional<Value>(*number) : std::nullopt;
+    }
+    case ObjectType::StringList:
+        return decodeStringList(ByteReader(bytes));
+    case ObjectType::IndStringList:
+        return decodeIndStringList(ByteReader(bytes));
+    case ObjectType::Table:
+        return decodeTable(ByteReader(bytes));
+    case ObjectType::File:
+        break;
+    }
+    return std::nullopt;
+}
+
+bool isWithinLimits(const Value &value)
+{
+    return std::visit(Overloaded{[](const std::string &text) { return text.size() <= kMaxTextBytes; },
+                                 [](std::int64_t) { return true; },
+                                 [](const StringList &list) {
+                                     return list.size() <= kMaxEntries && areTexts(list) &&
+                                            bytesOf(list) <= kMaxValueBytes;
+                                 },
+                                 [](const IndStringList &list) { return isListWithinLimits(list); },
+                                 [](const Table &table) {
+                                     return table.columns <= kMaxColumns && table.rows() <= kMaxEntries &&
+                                            areTexts(table.cells) &&
+                                            4 + bytesOf(table.cells) <= kMaxValueBytes;
+                                 }},
+                      value);
+}
+
+std::optional<std::string> rowText(const Table &table, std::int64_t row)
+{
+    if (row < 1 || static_cast<std::uint64_t>(row) > table.rows()) {
+        return std::nullopt;
+    }
+    const std::size_t first = (static_cast<std::size_t>(row) - 1) * table.columns;
+    std::string text;
+    for (std::size_t i = 0; i < table.columns; ++i) {
+        text.append(i == 0 ? "" : ";").append(table.cells[first + i]);
+    }
+    return text;
+}
+
+} // namespace wire
