@@ -1,1 +1,125 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/server/command_channel.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/platform/text.h"
+#include "vrp/server/masking.h"
+#include "vrp/server/server_error.h"
+#include "vrp/ui/message_boxes.h"
+
+#include <vrc.h>
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+constexpr int succeeded = 1;
+constexpr int errorInfoBytes = 4096;
+constexpr int bytesPerCharacter = 4; // the longest UTF-8 sequence
+
+/// The caller's buffer for a result, which may be none.
+struct ResultBuffer
+{
+    wchar_t *text;
+    int capacity; // characters, terminator included
+
+    [[nodiscard]] bool wanted() const { return text != nullptr && capacity > 0; }
+};
+
+/// Lets the library carry out the command once. Its result, whole, goes into `result`, also after a failure.
+int callLibrary(void *request, const std::string &command, const ResultBuffer &buffer, int *extra,
+                std::wstring &result)
+{
+    if (!buffer.wanted()) {
+        return VrCommand(request, command.c_str(), nullptr, 0, extra);
+    }
+    const int bytes = bytesPerCharacter * buffer.capacity;
+    std::string answer(static_cast<std::size_t>(bytes), '\0');
+    const int status = VrCommand(request, command.c_str(), answer.data(), bytes, extra);
+    answer.back() = '\0';
+    result = UTF8tow(answer.c_str());
+    return status;
+}
+
+/// Hands the result to the caller; one that is longer than the buffer is cut.
+void copyToCaller(const std::wstring &result, const ResultBuffer &buffer)
+{
+    if (!buffer.wanted()) {
+        return;
+    }
+    const std::size_t length = std::min(result.size(), static_cast<std::size_t>(buffer.capacity) - 1);
+    std::copy_n(result.data(), length, buffer.text);
+    buffer.text[length] = L'\0';
+}
+
+struct ErrorTriple
+{
+    std::wstring service;
+    std::wstring errorClass;
+    std::wstring code;
+};
+
+ErrorTriple askErrorTriple(void *request)
+{
+    ErrorTriple triple;
+    triple.service = askErrorInfo(request, L"SERVICE", errorInfoBytes);
+    triple.errorClass = askErrorInfo(request, L"CLASS", errorInfoBytes);
+    triple.code = askErrorInfo(request, L"CODE", errorInfoBytes);
+    return triple;
+}
+
+std::wstring upperAndClean(std::wstring text)
+{
+    VrpsMakeUpper(text);
+    VrpsCleanString(text, true);
+    return text;
+}
+
+/// The report of a failed command; the code, the description and the further information are asked for it.
+std::wstring errorReport(void *request, const ErrorTriple &triple)
+{
+    std::wstring report = L"Varek error: " + upperAndClean(triple.service) + L":";
+    report += upperAndClean(triple.errorClass) + L":";
+    report += askErrorInfo(request, L"CODE", errorInfoBytes) + L":";
+    report += askErrorInfo(request, L"DESCRIPTION", errorInfoBytes) + L":";
+    report += askErrorInfo(request, L"INFO", errorInfoBytes) + L":";
+    return report;
+}
+
+void reportFailure(void *request, const ErrorTriple &triple)
+{
+    VrpMain &main = *VrpsGetMain();
+    main.log.WriteLn(L" - Error");
+    const std::wstring report = errorReport(request, triple);
+    if (main.verbose && !main.silent) {
+        VrpsMessageBox(report.c_str(), iconCritical, buttonOk);
+    }
+    main.log.WriteLn(escapeControls(maskCommand(report)).c_str());
+}
+
+} // namespace
+
+int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, int resultCapacity, int *extra)
+{
+    VrpLog &log = VrpsGetMain()->log;
+    log.Write((L"Varek command: " + escapeControls(maskCommand(command))).c_str());
+    const ResultBuffer buffer{result, resultCapacity};
+    const std::string utf8Command = wtoUTF8(command);
+    for (bool retried = false;; retried = true) {
+        std::wstring text;
+        const int status = callLibrary(request, utf8Command, buffer, extra, text);
+        copyToCaller(text, buffer);
+        if (status == succeeded) {
+            log.WriteLn((L" - Result buffer: " + escapeControls(maskResult(command, text))).c_str());
+            return status;
+        }
+        const ErrorTriple triple = askErrorTriple(request);
+        const ServerError error = classifyServerError(triple.service, triple.errorClass, triple.code);
+        if (error != ServerError::network || retried) {
+            reportFailure(request, triple);
+            return status;
+        }
+        log.WriteLn(L"Network error - retrying...");
+    }
+}

@@ -1,1 +1,49 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/server/version_check.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/core/resource_strings.h"
+#include "vrp/core/resource_table.h"
+#include "vrp/server/browser.h"
+#include "vrp/server/keyword.h"
+#include "vrp/server/version_number.h"
+#include "vrp/settings/settings_store.h"
+#include "vrp/ui/update_prompt.h"
+
+namespace {
+
+constexpr int answerYes = 1;
+constexpr int answerCancel = 2;
+
+bool checkWanted(ParameterMap &parameters)
+{
+    return keyword(parameters[L"LAST_VERSION_CHECK"]) == L"YES" &&
+           keyword(VrpsGetCompanyRegistryKey(L"Settings", L"CheckVersion", L"yes", true)) == L"YES";
+}
+
+bool newerVersionPublished(ParameterMap &parameters)
+{
+    const int latest = versionNumber(parameters[L"LAST_VERSION"]);
+    return latest > 0 && latest > versionNumber(VrpsLoadConfigString(resource::softwareVersion));
+}
+
+} // namespace
+
+int VrpsCheckVersion(ParameterMap &parameters)
+{
+    if (!checkWanted(parameters) || !newerVersionPublished(parameters)) {
+        return 0;
+    }
+    const std::wstring download = keyword(parameters[L"LAST_VERSION_DOWNLOAD"]); // in upper case, on purpose
+    if (download.empty()) {
+        return 0;
+    }
+    VrpMain &main = *VrpsGetMain();
+    main.updateAnswer = 0;
+    VrpsAskUpdate();
+    if (main.updateAnswer == answerYes) {
+        VrpsRunBrowser(download.c_str());
+        return 1;
+    }
+    return main.updateAnswer == answerCancel ? 1 : 0;
+}

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#include "vrp/server/ServerSession.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/server/command_channel.h"
+#include "vrp/server/keyword.h"
+#include "vrp/server/server_error.h"
+
+#include <vrc.h>
+
+#include <utility>
+
+namespace {
+
+constexpr int succeeded = 1;
+constexpr int answerCapacity = 8192; // characters
+constexpr int errorDetailBytes = 2048;
+constexpr int maximumEntries = 10'000;
+
+void *requestOf(std::int64_t connection)
+{
+    switch (connection) {
+    case connectionFailed:
+    case connectionCancelled:
+    case connectionBadUser:
+    case connectionBadPassword:
+        return nullptr;
+    default:
+        return reinterpret_cast<void *>(static_cast<std::intptr_t>(connection));
+    }
+}
+
+} // namespace
+
+ServerSession::ServerSession(std::int64_t connection) : m_request(requestOf(connection))
+{}
+
+ServerSession::ServerSession(ServerSession &&other) noexcept
+    : m_request(std::exchange(other.m_request, nullptr))
+{}
+
+ServerSession &ServerSession::operator=(ServerSession &&other) noexcept
+{
+    std::swap(m_request, other.m_request);
+    return *this;
+}
+
+ServerSession::~ServerSession()
+{
+    release();
+}
+
+bool ServerSession::run(const std::wstring &command)
+{
+    return VrpsVrCommand(m_request, command, nullptr, 0, nullptr) == succeeded;
+}
+
+ServerSession::Answer ServerSession::ask(const std::wstring &command)
+{
+    wchar_t buffer[answerCapacity] = L"";
+    const int status = VrpsVrCommand(m_request, command, buffer, answerCapacity, nullptr);
+    return {status == succeeded, buffer};
+}
+
+std::wstring ServerSession::errorDetail(const wchar_t *field)
+{
+    return keyword(askErrorInfo(m_request, field, errorDetailBytes));
+}
+
+void ServerSession::end()
+{
+    run(L"VR_CLOSE_SESSION=|YES|");
+}
+
+void ServerSession::release()
+{
+    if (m_request) {
+        VrCloseRequest(std::exchange(m_request, nullptr));
+    }
+}
+
+void ServerSession::close()
+{
+    if (m_request) {
+        end();
+        release();
+    }
+}
+
+void ServerSession::readStringList(const std::wstring &name, const EntryReader &read)
+{
+    const int count = entryCount(ask(L"VR_CMD=|LOCAL:OBJECT:STRINGLIST_GET_SIZE| NAME=|" + name + L"|"));
+    for (int index = 1; index <= count; ++index) {
+        read(ask(L"VR_CMD=|LOCAL:OBJECT:STRINGLIST_GET_VALUE| NAME=|" + name + L"| INDEX=|" +
+                 std::to_wstring(index) + L"|"));
+    }
+}
+
+int ServerSession::entryCount(const Answer &answer)
+{
+    const int count = decimalPrefix(answer.text);
+    if (count > maximumEntries) {
+        VrpsGetMain()->log.WriteLn((L"The list has " + std::to_wstring(count) + L" entries, only the first " +
+                                    std::to_wstring(maximumEntries) + L" are read")
+                                       .c_str());
+        return maximumEntries;
+    }
+    return count < 0 ? 0 : count;
+}

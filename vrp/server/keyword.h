@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "vrp/platform/text.h"
+
+#include <string>
+
+/// A text as it is compared with keywords such as YES, HTTP or STANDARD: without blanks, in upper case.
+[[nodiscard]] inline std::wstring keyword(std::wstring text)
+{
+    VrpsCleanString(text, true);
+    VrpsMakeUpper(text);
+    return text;
+}

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+#include "vrp/server/login.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/core/resource_table.h"
+#include "vrp/server/command_channel.h"
+#include "vrp/server/keyword.h"
+#include "vrp/settings/settings_store.h"
+#include "vrp/ui/message_boxes.h"
+#include "vrp/ui/progress.h"
+
+namespace {
+
+constexpr int defaultPort = 1082;
+constexpr wchar_t defaultAddress[] = L"127.0.0.1";
+
+std::int64_t connect(const ConnectionParameters &parameters)
+{
+    return VrpsConnectVarek(parameters.server, parameters.port, parameters.ssl, parameters.application,
+                            parameters.user, parameters.password, parameters.openProcedure,
+                            parameters.closeProcedure, parameters.loginArguments, parameters.sso,
+                            parameters.ssoPrincipal);
+}
+
+std::wstring loginArguments()
+{
+    const VrpMain &main = *VrpsGetMain();
+    return L"POD_USER=|" + main.ident + L"| POD_PASSWORD=|" + main.password + L"|";
+}
+
+void forgetPassword()
+{
+    VrpsGetMain()->password.clear();
+    VrpsSetIdentPasswordToRegistry();
+}
+
+void refuse(const wchar_t *messageId)
+{
+    if (!VrpsGetMain()->silent) {
+        VrpsErrorMessage(messageId, 0);
+    }
+    CloseMessageWindow();
+    forgetPassword();
+}
+
+} // namespace
+
+ConnectionParameters readServerParameters(ParameterMap &parameters, const std::wstring &server)
+{
+    const auto value = [&](const wchar_t *name) { return parameters[L"SERVER_" + server + L"_" + name]; };
+    ConnectionParameters connection;
+    connection.server = value(L"ADDRESS");
+    if (connection.server.empty()) {
+        connection.server = defaultAddress;
+    }
+    connection.port = decimalPrefix(value(L"PORT"));
+    if (connection.port < 1) {
+        connection.port = defaultPort;
+    }
+    connection.ssl = keyword(value(L"PROTOCOL")) != L"HTTP";
+    connection.application = value(L"APPLICATION");
+    connection.user = value(L"USER");
+    connection.password = value(L"PASSWORD");
+    connection.openProcedure = value(L"OPEN_SESSION_PROC");
+    connection.closeProcedure = value(L"CLOSE_SESSION_PROC");
+    connection.sso = keyword(value(L"SSO")) == L"YES";
+    connection.ssoPrincipal = value(L"SSO_PRINCIPAL");
+    if (!connection.sso) {
+        connection.loginArguments = loginArguments();
+    }
+    return connection;
+}
+
+std::int64_t connectWithRetry(const ConnectionParameters &parameters)
+{
+    const std::int64_t outcome = connect(parameters);
+    return outcome == connectionFailed ? connect(parameters) : outcome;
+}
+
+ServerSession logIn(const ConnectionParameters &parameters)
+{
+    VrpLog &log = VrpsGetMain()->log;
+    const std::int64_t outcome = connectWithRetry(parameters);
+    switch (outcome) {
+    case connectionCancelled:
+        log.WriteLn(L"User canceled the operation");
+        CloseMessageWindow();
+        break;
+    case connectionBadUser:
+        log.WriteLn(L"Bad user");
+        refuse(resource::errorsBadUser);
+        break;
+    case connectionBadPassword:
+        log.WriteLn(L"Bad password");
+        refuse(resource::errorsBadPassword);
+        break;
+    case connectionFailed:
+        refuse(resource::errorsCannotConnectServer);
+        break;
+    default:
+        break;
+    }
+    return ServerSession(outcome);
+}

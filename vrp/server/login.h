@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "vrp/server/ServerSession.h"
+#include "vrp/server/connection_string.h"
+#include "vrp/server/directory_parameters.h"
+
+#include <string>
+
+/// Reads the SERVER_<server>_* parameters, <server> being UPLOAD or PORTAL: the address defaults to
+/// 127.0.0.1, the port to 1082 when it is below 1 or no number, and only the protocol HTTP is a connection
+/// without SSL. The user's identifier and password become the login arguments, unless single sign-on replaces
+/// them.
+[[nodiscard]] ConnectionParameters readServerParameters(ParameterMap &parameters, const std::wstring &server);
+
+/// Connects, a second time when the server could not be reached. The result is that of VrpsConnectVarek.
+[[nodiscard]] std::int64_t connectWithRetry(const ConnectionParameters &parameters);
+
+/// Logs the user in. Without a session the user has been told, unless it was they who cancelled, the progress
+/// window is closed, and after anything but a cancel the stored password is cleared, so that the next send
+/// asks for it again.
+[[nodiscard]] ServerSession logIn(const ConnectionParameters &parameters);

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "vrp/server/server_error.h"
+
+#include "vrp/platform/text.h"
+
+#include <vrc.h>
+
+#include <cstddef>
+
+namespace {
+
+struct KnownError
+{
+    const wchar_t *service;
+    const wchar_t *errorClass;
+    int code;
+    ServerError error;
+};
+
+constexpr KnownError knownErrors[] = {
+    {L"LOCAL", L"REQUEST", 103, ServerError::cannotConnect},
+    {L"LOCAL", L"REQUEST", 104, ServerError::network},
+    {L"LOCAL", L"REQUEST", 113, ServerError::proxyWantsCredentials},
+    {L"SYSTEM", L"SECURITY", 101, ServerError::badUser},
+    {L"SYSTEM", L"SECURITY", 103, ServerError::badPassword},
+};
+
+} // namespace
+
+ServerError classifyServerError(std::wstring service, std::wstring errorClass, const std::wstring &code)
+{
+    for (std::wstring *text : {&service, &errorClass}) {
+        VrpsMakeUpper(*text);
+        VrpsCleanString(*text, true);
+    }
+    const int number = decimalPrefix(code);
+    for (const KnownError &known : knownErrors) {
+        if (known.code == number && service == known.service && errorClass == known.errorClass) {
+            return known.error;
+        }
+    }
+    return ServerError::other;
+}
+
+std::wstring errorInfoCommand(const wchar_t *field)
+{
+    return std::wstring(L"VR_CMD=|LOCAL:REQUEST:ERROR_INFO| ERROR_STRING=|") + field + L"|";
+}
+
+std::wstring askErrorInfo(void *request, const wchar_t *field, int capacity)
+{
+    std::string answer(static_cast<std::size_t>(capacity), '\0');
+    VrCommand(request, wtoUTF8(errorInfoCommand(field)).c_str(), answer.data(), capacity, nullptr);
+    answer.back() = '\0';
+    return UTF8tow(answer.c_str());
+}

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "vrp/server/session_exits.h"
+
+#include "vrp/core/VrpMain.h"
+#include "vrp/core/resource_table.h"
+#include "vrp/server/ServerSession.h"
+#include "vrp/ui/message_boxes.h"
+#include "vrp/ui/progress.h"
+
+int failWith(ServerSession &session, const wchar_t *messageId)
+{
+    session.close();
+    if (!VrpsGetMain()->silent) {
+        VrpsErrorMessage(messageId, 0);
+    }
+    CloseMessageWindow();
+    return 1;
+}
+
+int endCancelled(ServerSession &session)
+{
+    session.close();
+    if (!VrpsGetMain()->silent) {
+        VrpsMessageBoxFromId(resource::errorsOperationCanceled, iconInformation, buttonOk);
+    }
+    CloseMessageWindow();
+    return 1;
+}
+
+bool cancelRequested()
+{
+    RefreshMessageWindow();
+    return VrpsGetMain()->cancelled;
+}

@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "vrp/server/UploadJob.h"
+
+/// Sends the list FILE_INFO, which tells the server what the document is and how it is printed. A failure
+/// shows when the server processes the document.
+void sendDescription(UploadJob &job);
