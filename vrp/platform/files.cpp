@@ -63,6 +63,16 @@ bool createLastLevel(std::wstring prefix, std::wstring rest)
     return VrpsDirExist(prefix.c_str()) || makeDirectory(prefix);
 }
 
+/// Unbuffered, so that a full disk shows in the write and not when the file is closed.
+OpenFile openForWriting(const std::string &path)
+{
+    OpenFile file{std::fopen(path.c_str(), "wbe")};
+    if (file) {
+        std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    }
+    return file;
+}
+
 /// The size of an open file, which is then at its start; negative when it cannot be measured.
 off_t measure(std::FILE *file)
 {
@@ -158,6 +168,12 @@ bool VrpsFileExist(const std::wstring &path)
     return QFile::exists(QString::fromStdWString(path));
 }
 
+bool writeFile(const std::wstring &path, const std::string &bytes)
+{
+    const OpenFile file = openForWriting(wtoUTF8(path));
+    return file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+}
+
 std::wstring VrpsGetTempPath()
 {
     return QString2StdWString(QDir::tempPath());
@@ -174,12 +190,10 @@ bool CopyFileEx(const std::wstring &source, const std::wstring &destination)
     if (!from) {
         return false;
     }
-    const OpenFile to{std::fopen(destinationPath.c_str(), "wbe")};
+    const OpenFile to = openForWriting(destinationPath);
     if (!to) {
         return false;
     }
-    // Unbuffered, so that a full disk shows in the write and not when the file is closed.
-    std::setvbuf(to.get(), nullptr, _IONBF, 0);
     const off_t size = measure(from.get());
     return size >= 0 && copyBytes(from.get(), to.get(), size);
 }

@@ -18,6 +18,10 @@ void MacAddDirSuffix(std::wstring &path);
 bool VrpsRemoveFile(const std::wstring &path);
 bool VrpsFileExist(const std::wstring &path);
 
+/// Creates or empties a file and writes `bytes` into it; false when it cannot be opened or not all are
+/// written.
+bool writeFile(const std::wstring &path, const std::string &bytes);
+
 /// The directory for temporary files, without a trailing "/".
 std::wstring VrpsGetTempPath();
 

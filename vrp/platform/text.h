@@ -14,12 +14,12 @@ std::wstring UTF8tow(const std::string &utf8);
 std::string wtoUTF8(const std::wstring &text);
 
 /// Normalises blanks: runs of spaces become one, leading and trailing ones go, all of them with
-/// `removeAllBlanks`. Tabs count as spaces, line ends are deleted; carriage returns only where a tab or a line
-/// feed stands in the text, on purpose.
+/// `removeAllBlanks`. Tabs count as spaces, line ends are deleted; carriage returns only where a tab or a
+/// line feed stands in the text, on purpose.
 void VrpsCleanString(std::wstring &text, bool removeAllBlanks);
 
-/// Case mapping as in the C locale. Each result is narrowed to a signed byte, so that characters above 127 come
-/// out changed: meant for keywords and flags alone.
+/// Case mapping as in the C locale. Each result is narrowed to a signed byte, so that characters above 127
+/// come out changed: meant for keywords and flags alone.
 void VrpsMakeLower(std::wstring &text);
 void VrpsMakeUpper(std::wstring &text);
 
