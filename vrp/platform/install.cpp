@@ -161,7 +161,7 @@ bool VrpsUninstall()
 {
     VrpMain &main = *VrpsGetMain();
     std::wstring printer;
-    if (!optionValue(L"-p", printer)) {
+    if (!optionValue(L"-p", printer) || printer.empty()) {
         reportError(resource::errorsNoPrinterName, 0);
         return false;
     }

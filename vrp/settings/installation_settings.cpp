@@ -7,6 +7,7 @@
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/settings/store_access.h"
+#include "vrp/settings/store_check.h"
 
 #include <QSettings>
 
@@ -30,13 +31,6 @@ QString text(const wchar_t *field)
     return QString::fromWCharArray(field);
 }
 
-/// Whether what was set has reached the disk: a full one shows only here.
-bool isStored(QSettings &store)
-{
-    store.sync();
-    return store.status() != QSettings::AccessError;
-}
-
 bool registerPrinter(const VrpMain &main)
 {
     const auto store = openBootstrapStore();
@@ -46,7 +40,7 @@ bool registerPrinter(const VrpMain &main)
     const QString group = printersGroup() + QLatin1Char('/') + text(main.printerName);
     store->setValue(group + QStringLiteral("/Company"), text(main.company));
     store->setValue(group + QStringLiteral("/Software"), text(main.softwareName));
-    return isStored(*store) &&
+    return isOnDisk(*store) &&
            readSetting(*store, group.toStdWString(), L"Company", notStored) == main.company;
 }
 
@@ -58,7 +52,7 @@ bool stampCompanyStore(const VrpMain &main)
     }
     store->setValue(QStringLiteral("Copyright"), text(main.copyright));
     store->setValue(QStringLiteral("Version"), text(main.version));
-    return isStored(*store);
+    return isOnDisk(*store);
 }
 
 void copyResources(const VrpMain &main)
@@ -69,6 +63,20 @@ void copyResources(const VrpMain &main)
             VrpsSetCompanyRegistryKey(L"Printer", L"InstallDir", main.installSourceDir, false);
         }
     }
+}
+
+bool holds(const QSettings &store, const wchar_t *id)
+{
+    const std::optional<ResourceId> fields = splitResourceId(id);
+    return fields && store.contains(QString::fromStdWString(fields->section + L'/' + fields->key));
+}
+
+/// A disk that fills up in between may have cut what was stored before.
+bool isCompanyStoreComplete()
+{
+    const auto store = openCompanyStore(false);
+    return isOnDisk(*store) && std::all_of(std::begin(resource::installed), std::end(resource::installed),
+                                           [&](const wchar_t *id) { return holds(*store, id); });
 }
 
 void warnOfCutDirectory(const std::wstring &directory)
@@ -126,7 +134,7 @@ bool VrpsInstallSetRegistry()
     std::for_each(directories.begin(), directories.end(), warnOfCutDirectory);
     VrpsWriteServerDirectoriesToRegistry(directories, false);
     VrpsWriteServerDirectoriesToRegistry(directories, true);
-    return isStored(*openCompanyStore(false));
+    return isCompanyStoreComplete();
 }
 
 void VrpsSetCompanyRegistryKeyFromConfigFile(const wchar_t *id)

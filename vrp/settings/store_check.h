@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+class QSettings;
+
+/// Writes out what was set in a store and tells whether all of it is on the disk now. The toolkit alone would
+/// not tell: on a full disk it may cut a file short and report success.
+[[nodiscard]] bool isOnDisk(QSettings &store);
