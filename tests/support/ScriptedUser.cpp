@@ -151,8 +151,5 @@ void VrpsAskUpdate()
 bool VrpsRunBrowser(const wchar_t *url)
 {
     Transcript::add("browser " + wtoUTF8(url));
-    if (current->whenBrowserStarts) {
-        current->whenBrowserStarts();
-    }
     return current->browserStarts;
 }

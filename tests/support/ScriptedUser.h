@@ -30,7 +30,6 @@ public:
     std::function<int()> inServiceDialog;
     std::function<void()> inUpdatePrompt;
     bool browserStarts = true;
-    std::function<void()> whenBrowserStarts;
 
     void refresh();
 
