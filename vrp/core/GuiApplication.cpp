@@ -11,7 +11,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -36,9 +35,8 @@ private:
             std::fputs("vrp: no window can be shown: there is no display, or it cannot be opened\n", stderr);
             std::_Exit(EXIT_FAILURE);
         }
-        const bool aboutPlatforms =
-            context.category != nullptr && std::strncmp(context.category, "qt.qpa.", 7) == 0;
-        if (type == QtDebugMsg || !aboutPlatforms) {
+        // The warnings on the way there tell a user nothing.
+        if (type == QtDebugMsg) {
             s_previous(type, context, message);
         }
     }
