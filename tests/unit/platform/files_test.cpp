@@ -10,8 +10,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <sys/resource.h>
+
 #include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
@@ -23,6 +26,31 @@ fs::path onDisk(const std::wstring &path)
 {
     return wtoUTF8(path);
 }
+
+/// While it lives, no file grows beyond this size.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes) : m_signal(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_signal);
+    }
+
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    void (*m_signal)(int);
+    rlimit m_before{};
+};
 
 class Files : public testing::Test
 {
@@ -226,7 +254,6 @@ TEST_F(Files, a_copy_that_cannot_be_made_fails_with_its_error)
         {at(L"from"), at(L"no/such/folder"), ENOENT},
         {at(L"from"), at(L""), EISDIR},
         {at(L""), at(L"to"), EISDIR},
-        {at(L"from"), L"/dev/full", ENOSPC},
         {L"", at(L"to"), 0},
         {at(L"from"), L"", 0},
     };
@@ -237,4 +264,35 @@ TEST_F(Files, a_copy_that_cannot_be_made_fails_with_its_error)
         std::wstring text;
         EXPECT_EQ(VrpsGetLastSystemError(text), c.error) << wtoUTF8(c.from) << " -> " << wtoUTF8(c.to);
     }
+}
+
+TEST_F(Files, a_write_that_is_cut_short_fails)
+{
+    const FileSizeLimit limit(20000);
+    for (const std::size_t size : {20001U, 40000U}) {
+        const std::string content = patterned(size);
+        EXPECT_FALSE(writeFile(at(L"to"), content));
+        EXPECT_EQ(errno, EFBIG);
+        EXPECT_EQ(read(at(L"to")), content.substr(0, 20000));
+    }
+    EXPECT_TRUE(writeFile(at(L"to"), patterned(20000)));
+}
+
+TEST_F(Files, a_copy_that_is_cut_short_fails)
+{
+    write(at(L"from"), patterned(20001));
+    const FileSizeLimit limit(20000);
+    EXPECT_FALSE(CopyFileEx(at(L"from"), at(L"to")));
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(read(at(L"to")), patterned(20000));
+}
+
+TEST_F(Files, a_file_is_written_anew)
+{
+    write(at(L"file"), "longer than before");
+    EXPECT_TRUE(writeFile(at(L"file"), std::string("a\0b", 3)));
+    EXPECT_EQ(read(at(L"file")), std::string("a\0b", 3));
+    EXPECT_TRUE(writeFile(at(L"file"), ""));
+    EXPECT_EQ(read(at(L"file")), "");
+    EXPECT_FALSE(writeFile(at(L""), "x"));
 }

@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QTemporaryDir>
+
+#include <cctype>
 #include <climits>
 #include <clocale>
+#include <cstdlib>
 
 namespace {
 
@@ -85,12 +89,20 @@ TEST(letter_case, characters_above_127_are_narrowed_to_a_signed_byte)
     }
 }
 
-TEST(letter_case, does_not_follow_the_locale)
+TEST(letter_case, does_not_follow_a_turkish_locale)
 {
-    ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
-    EXPECT_EQ(upper(std::wstring(1, L'\u00e9')), std::wstring(1, static_cast<wchar_t>(-23)));
-    EXPECT_EQ(lower(std::wstring(1, L'\u00c9')), std::wstring(1, static_cast<wchar_t>(-55)));
-    ASSERT_NE(std::setlocale(LC_ALL, "C"), nullptr);
+    const QTemporaryDir folder;
+    const std::string locale = folder.path().toStdString() + "/tr_TR.ISO-8859-9";
+    const std::string build = "localedef -i tr_TR -f ISO-8859-9 '" + locale + "'";
+    ASSERT_EQ(std::system(build.c_str()), 0) << "needs the Debian package locales";
+    setenv("LOCPATH", folder.path().toStdString().c_str(), 1);
+    ASSERT_NE(std::setlocale(LC_ALL, "tr_TR.ISO-8859-9"), nullptr);
+    ASSERT_NE(std::toupper('i'), 'I'); // so the locale is in force
+    EXPECT_EQ(upper(L"iI"), L"II");
+    EXPECT_EQ(lower(L"iI"), L"ii");
+    EXPECT_EQ(decimalPrefix(L"\u00a012"), 0);
+    std::setlocale(LC_ALL, "C");
+    unsetenv("LOCPATH");
 }
 
 TEST(conversion, wide_text_and_utf8_are_equivalent)
