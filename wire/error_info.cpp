@@ -45,6 +45,7 @@ std::span<const ErrorKind> allErrorKinds()
         UnknownProcedure, BadArgument,
         CannotStore,      UnprintableFormat,
         DocumentMissing,
+        DocumentSize,
     };
     return kinds;
 }

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#include "appserver/AppServices.h"
+
+#include "appserver/server_files.h"
+
+#include <ctime>
+
+namespace appserver {
+
+namespace {
+
+constexpr std::int64_t daySeconds = 24 * 3600;
+
+/// Files of sessions that ended with an earlier process are of no use.
+std::filesystem::path emptySessionFolder(const std::filesystem::path &dataFolder)
+{
+    const std::filesystem::path folder = dataFolder / "sessions";
+    std::filesystem::remove_all(folder);
+    createPrivateFolder(folder);
+    return folder;
+}
+
+} // namespace
+
+AppServices::AppServices(const std::filesystem::path &dataFolder, ServerConfiguration configuration)
+    : database(dataFolder / "vrserver.db"), users(database), documents(database, dataFolder / "documents"),
+      sessions(emptySessionFolder(dataFolder)),
+      m_configuration(std::make_shared<const ServerConfiguration>(std::move(configuration)))
+{}
+
+std::shared_ptr<const ServerConfiguration> AppServices::configuration() const
+{
+    const std::scoped_lock lock(m_mutex);
+    return m_configuration;
+}
+
+void AppServices::setConfiguration(ServerConfiguration configuration)
+{
+    auto next = std::make_shared<const ServerConfiguration>(std::move(configuration));
+    const std::scoped_lock lock(m_mutex);
+    m_configuration.swap(next);
+}
+
+OwnAddresses AppServices::addresses() const
+{
+    const std::scoped_lock lock(m_mutex);
+    return m_addresses;
+}
+
+void AppServices::setAddresses(OwnAddresses addresses)
+{
+    const std::scoped_lock lock(m_mutex);
+    m_addresses = std::move(addresses);
+}
+
+void AppServices::tidyUp()
+{
+    const auto current = configuration();
+    sessions.removeIdle(current->limits.sessionIdle);
+    documents.removeOlderThan(std::time(nullptr) - current->keepDocumentDays * daySeconds);
+}
+
+} // namespace appserver

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "appserver/server_files.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <httplib.h>
+#include <memory>
+#include <mutex>
+#include <openssl/ssl.h>
+#include <string>
+#include <string_view>
+
+namespace appserver {
+
+/// How long a client may take, and how slow it may be.
+struct ConnectionLimits
+{
+    std::chrono::seconds headerTime{20};
+    std::chrono::seconds idleTime{60}; ///< between two requests, and without a byte within one
+    std::chrono::seconds bodyRateWindow{30};
+    std::uint64_t bodyBytesPerSecond = 128;
+};
+
+/// One accepted connection, plain or TLS, as the HTTP library's stream. Used by one thread, except abort().
+class ClientConnection : public httplib::Stream
+{
+public:
+    ClientConnection(UniqueFd socket, const ConnectionLimits &limits);
+    ~ClientConnection() override;
+    ClientConnection(const ClientConnection &) = delete;
+    ClientConnection &operator=(const ClientConnection &) = delete;
+
+    /// The connection whose request this thread is serving; null outside of one.
+    [[nodiscard]] static ClientConnection *current();
+
+    /// False when the handshake fails or takes too long.
+    [[nodiscard]] bool startTls(SSL_CTX *context);
+    /// Waits for the first byte of a request; false when none comes.
+    [[nodiscard]] bool awaitRequest();
+    /// The header has arrived: from now on the rules of a body are in force.
+    void startBody();
+
+    /// No further request is read from this connection.
+    void closeAfterAnswer() { m_closes = true; }
+
+    [[nodiscard]] bool closes() const { return m_closes; }
+
+    /// Wakes the thread that reads from this connection, which then ends it. Callable from every thread.
+    void abort();
+    /// Says goodbye in a way that lets the client read the answer first.
+    void close();
+
+    [[nodiscard]] const std::string &remoteAddress() const { return m_remoteAddress; }
+
+    /// No request is under way. Callable from every thread.
+    [[nodiscard]] bool isIdle() const { return m_phase == Phase::idle; }
+
+    [[nodiscard]] bool isTls() const { return m_ssl != nullptr; }
+
+    [[nodiscard]] std::uint64_t bytesIn() const { return m_bytesIn; }
+
+    [[nodiscard]] std::uint64_t bytesOut() const { return m_bytesOut; }
+
+    bool is_readable() const override;
+    bool is_writable() const override;
+    ssize_t read(char *bytes, size_t size) override;
+    ssize_t write(const char *bytes, size_t size) override;
+    void get_remote_ip_and_port(std::string &ip, int &port) const override;
+    void get_local_ip_and_port(std::string &ip, int &port) const override;
+
+    socket_t socket() const override { return m_socket.get(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    enum class Phase
+    {
+        idle,
+        header,
+        body
+    };
+
+    struct SslReleaser
+    {
+        void operator()(SSL *ssl) const;
+    };
+
+    [[nodiscard]] bool waitFor(short events, Clock::time_point deadline) const;
+    [[nodiscard]] Clock::time_point readDeadline() const;
+    [[nodiscard]] bool fill();
+    [[nodiscard]] ssize_t readSome(char *bytes, std::size_t size, Clock::time_point deadline);
+    [[nodiscard]] ssize_t readTls(char *bytes, std::size_t size, Clock::time_point deadline);
+    [[nodiscard]] bool waitForTls(int result, Clock::time_point deadline) const;
+    [[nodiscard]] bool isTooSlow();
+
+    UniqueFd m_socket;
+    ConnectionLimits m_limits;
+    std::unique_ptr<SSL, SslReleaser> m_ssl;
+    std::array<char, 16384> m_buffer;
+    std::size_t m_begin = 0; ///< of the unread bytes in m_buffer
+    std::size_t m_end = 0;
+    std::atomic<Phase> m_phase{Phase::idle};
+    Clock::time_point m_headerDeadline;
+    std::size_t m_headerBytes = 0;
+    Clock::time_point m_windowStart;
+    std::uint64_t m_windowBytes = 0;
+    std::uint64_t m_bytesIn = 0;
+    std::uint64_t m_bytesOut = 0;
+    std::string m_remoteAddress;
+    int m_remotePort = 0;
+    std::string m_localAddress;
+    int m_localPort = 0;
+    bool m_closes = false;
+    std::atomic<bool> m_aborted{false};
+};
+
+} // namespace appserver

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "appserver/DataFolder.h"
+
+#include "appserver/default_configuration.h"
+
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
+#include <stdexcept>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace appserver {
+
+namespace {
+
+constexpr std::size_t configurationMaxBytes = 1024 * 1024;
+
+std::string hostName()
+{
+    std::array<char, 256> name{};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? std::string(name.data()) : std::string();
+}
+
+bool isWildcard(const std::string &address)
+{
+    return address == "0.0.0.0" || address == "::";
+}
+
+} // namespace
+
+DataFolder::DataFolder(std::filesystem::path path) : m_path(std::filesystem::absolute(std::move(path)))
+{}
+
+bool DataFolder::prepare(const ListenSettings &firstSettings)
+{
+    createPrivateFolder(m_path);
+    if (std::filesystem::exists(configurationFile())) {
+        return false;
+    }
+    writeFileAtomically(configurationFile(), defaultConfiguration(firstSettings));
+    return true;
+}
+
+void DataFolder::lockForServer()
+{
+    m_lock =
+        UniqueFd(::open((m_path / "vrserver.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!m_lock) {
+        throwSystemError("cannot open " + (m_path / "vrserver.lock").string());
+    }
+    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        throw std::runtime_error("another server is running in " + m_path.string());
+    }
+}
+
+ServerConfiguration DataFolder::readConfiguration() const
+{
+    try {
+        return ServerConfiguration::parse(readWholeFile(configurationFile(), configurationMaxBytes));
+    } catch (const ConfigurationError &error) {
+        throw ConfigurationError(configurationFile().string() + ": " + error.what());
+    }
+}
+
+void DataFolder::prepareCertificates(const ListenSettings &listen) const
+{
+    std::vector<std::string> names{"localhost", "127.0.0.1", "::1"};
+    for (const std::string &name : {hostName(), listen.publicName, listen.address}) {
+        if (!name.empty() && !isWildcard(name) && std::ranges::find(names, name) == names.end()) {
+            names.push_back(name);
+        }
+    }
+    ensureCertificates(certificates(), names);
+}
+
+} // namespace appserver

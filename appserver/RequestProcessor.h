@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "appserver/ObjectReceiver.h"
+#include "appserver/RequestAnswer.h"
+#include "appserver/ServerSession.h"
+#include "appserver/session_commands.h"
+#include "wire/frame_reader.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace appserver {
+
+class AppServices;
+class ClientConnection;
+
+/// Carries the frames of one request out as they arrive, and collects the answer. Memory does not grow with
+/// the length of the request.
+class RequestProcessor
+{
+public:
+    /// The connection may be null: then nobody can cut this request off.
+    RequestProcessor(AppServices &services, ClientConnection *connection, std::string remoteAddress);
+
+    /// The next bytes of the body, of any number. False: nothing more is read of this request.
+    [[nodiscard]] bool take(std::string_view piece);
+    /// The body has ended, or take() said false. Call it once.
+    [[nodiscard]] RequestAnswer &finish();
+
+    /// A later request has taken the session over.
+    [[nodiscard]] bool isSuperseded() const { return m_superseded; }
+
+    [[nodiscard]] bool isMalformed() const { return m_malformed; }
+
+private:
+    /// A command whose object has not arrived yet.
+    struct Pending
+    {
+        wire::CommandFrame frame;
+        std::optional<wire::Command> command; ///< no value for a malformed line, `problem` says why
+        std::string problem;
+        std::optional<ObjectReceiver> object;
+    };
+
+    void takeFrame();
+    void onFrame(wire::FrameType type, std::string_view payload);
+    void onHello(std::string_view payload);
+    void onSession(std::string_view payload);
+    void onCommand(std::string_view payload);
+    void onObject(std::string_view payload);
+    void onData(std::string_view payload);
+    void onQuery(std::string_view payload);
+    void onEnd(std::string_view payload);
+
+    void openSession(const wire::HelloFrame &hello);
+    void use(const std::shared_ptr<ServerSession> &session);
+    [[nodiscard]] bool isNext(const wire::CommandFrame &frame) const;
+    void completePending();
+    void carryOutNext(Pending &pending);
+    void answerAgain(const Pending &pending);
+    [[nodiscard]] CommandOutcome outcomeOf(Pending &pending);
+    void succeed(const Pending &pending, const CommandOutcome &outcome);
+    void failCommand(const Pending &pending, wire::ErrorInfo error);
+    void answerCommand(const Pending &pending, RequestAnswer frames);
+    void addAcknowledgement();
+    [[nodiscard]] bool mayAnswerMore();
+
+    AppServices &m_services;
+    ClientConnection *m_connection;
+    std::string m_remoteAddress;
+    wire::FrameReader m_reader;
+    RequestAnswer m_answer;
+    std::shared_ptr<ServerSession> m_session;
+    ServerSession::Use m_use;
+    std::optional<Pending> m_pending;
+    std::optional<wire::ErrorInfo> m_requestError; ///< of the request as a whole: what follows is dropped
+    std::uint64_t m_toAcknowledge = 0;             ///< 0: nothing
+    bool m_started = false;                        ///< H or S has come
+    bool m_hasCommands = false;
+    bool m_ended = false; ///< Q or E has come: nothing may follow
+    bool m_superseded = false;
+    bool m_malformed = false;
+};
+
+} // namespace appserver

@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: MIT
+#include "appserver/ServerConfiguration.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+#include <unistd.h>
+
+namespace appserver {
+
+namespace {
+
+[[noreturn]] void rejectSetting(const IniSection &section, std::string_view key, const std::string &reason)
+{
+    throw ConfigurationError("[" + section.name + "] " + std::string(key) + ": " + reason);
+}
+
+/// Reads the settings of one section and notices those that nobody asked for.
+class SectionReader
+{
+public:
+    explicit SectionReader(const IniSection &section) : m_section(section) {}
+
+    template <typename Number>
+    void read(std::string_view key, Number &target, Number lowest, Number highest)
+    {
+        m_known.emplace_back(key);
+        const std::string text = m_section.value(key);
+        if (text.empty()) {
+            return;
+        }
+        Number number{};
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (error != std::errc() || end != text.data() + text.size() || number < lowest || number > highest) {
+            rejectSetting(m_section, key,
+                          "a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest) +
+                              " is wanted, not '" + text + "'");
+        }
+        target = number;
+    }
+
+    void read(std::string_view key, std::chrono::seconds &target)
+    {
+        int seconds = static_cast<int>(target.count());
+        read(key, seconds, 1, 30 * 24 * 3600);
+        target = std::chrono::seconds(seconds);
+    }
+
+    void read(std::string_view key, std::string &target)
+    {
+        m_known.emplace_back(key);
+        target = m_section.value(key, target);
+    }
+
+    void read(std::string_view key, bool &target)
+    {
+        m_known.emplace_back(key);
+        const std::string text = m_section.value(key, target ? "yes" : "no");
+        if (text != "yes" && text != "no") {
+            rejectSetting(m_section, key, "yes or no is wanted, not '" + text + "'");
+        }
+        target = text == "yes";
+    }
+
+    void read(std::string_view key, std::vector<std::string> &target)
+    {
+        m_known.emplace_back(key);
+        target = m_section.values(key);
+    }
+
+    /// Must be called last: a misspelt setting is an error and not a silent default.
+    void finish() const
+    {
+        for (const auto &[key, value] : m_section.entries) {
+            if (std::ranges::find(m_known, key) == m_known.end()) {
+                rejectSetting(m_section, key, "there is no such setting");
+            }
+        }
+    }
+
+private:
+    const IniSection &m_section;
+    std::vector<std::string> m_known;
+};
+
+std::vector<std::string> splitAt(std::string_view text, char separator)
+{
+    std::vector<std::string> parts;
+    while (true) {
+        const auto end = std::min(text.find(separator), text.size());
+        parts.emplace_back(trimmed(text.substr(0, end)));
+        if (end == text.size()) {
+            return parts;
+        }
+        text.remove_prefix(end + 1);
+    }
+}
+
+std::vector<std::string> nonEmptyParts(std::string_view text, char separator)
+{
+    std::vector<std::string> parts = splitAt(text, separator);
+    std::erase_if(parts, [](const std::string &part) { return part.empty(); });
+    return parts;
+}
+
+std::string hostName()
+{
+    std::array<char, 256> name{};
+    if (::gethostname(name.data(), name.size() - 1) != 0 || name[0] == '\0') {
+        return "localhost";
+    }
+    return name.data();
+}
+
+bool isAnyAddress(std::string_view address)
+{
+    return address == "0.0.0.0" || address == "::";
+}
+
+ListenSettings readListen(const IniSection &section)
+{
+    ListenSettings listen;
+    SectionReader reader(section);
+    reader.read("Listen", listen.address);
+    reader.read("Port", listen.port, 0, 65535);
+    reader.read("PortalPort", listen.portalPort, 0, 65535);
+    reader.read("PlainPort", listen.plainPort, -1, 65535);
+    reader.read("PlainPortalPort", listen.plainPortalPort, -1, 65535);
+    reader.read("PublicName", listen.publicName);
+    reader.finish();
+    return listen;
+}
+
+ServerLimits readLimits(const IniSection &section)
+{
+    constexpr auto noLimit = std::numeric_limits<std::uint64_t>::max();
+    ServerLimits limits;
+    SectionReader reader(section);
+    reader.read("RequestBytes", limits.requestBytes, std::uint64_t{1}, noLimit);
+    reader.read("FileBytes", limits.fileBytes, std::uint64_t{1}, std::uint64_t{2'147'483'647});
+    reader.read("SessionFileBytes", limits.sessionFileBytes, std::uint64_t{1}, noLimit);
+    reader.read("SessionMemoryBytes", limits.sessionMemoryBytes, std::uint64_t{65536}, noLimit);
+    reader.read("SessionObjects", limits.sessionObjects, std::size_t{1}, std::size_t{64});
+    reader.read("SessionVariables", limits.sessionVariables, std::size_t{1}, std::size_t{64});
+    reader.read("Sessions", limits.sessions, std::size_t{1}, std::size_t{1'000'000});
+    reader.read("Connections", limits.connections, std::size_t{1}, std::size_t{100'000});
+    reader.read("BodyBytesPerSecond", limits.bodyBytesPerSecond, std::uint64_t{0}, noLimit);
+    reader.read("BodyRateSeconds", limits.bodyRateWindow);
+    reader.read("HeaderSeconds", limits.headerTime);
+    reader.read("SessionIdleSeconds", limits.sessionIdle);
+    reader.read("FailedLogins", limits.failedLogins, 1, 1'000'000);
+    reader.read("FailedLoginSeconds", limits.failedLoginWindow);
+    reader.finish();
+    return limits;
+}
+
+PortalSettings readPortal(const IniSection &section)
+{
+    PortalSettings portal;
+    std::string papers;
+    SectionReader reader(section);
+    reader.read("Title", portal.title);
+    reader.read("Papers", papers);
+    reader.read("Copies", portal.copies, 1, 9999);
+    reader.read("Colour", portal.colour);
+    reader.read("Duplex", portal.duplex);
+    reader.read("Staple", portal.staple);
+    reader.finish();
+    if (!papers.empty()) {
+        portal.papers = nonEmptyParts(papers, ',');
+    }
+    return portal;
+}
+
+ApplicationSettings readApplication(const IniSection &section)
+{
+    ApplicationSettings application;
+    SectionReader reader(section);
+    reader.read("User", application.user);
+    reader.read("Password", application.password);
+    reader.read("Login", application.loginWanted);
+    reader.finish();
+    return application;
+}
+
+void readServices(const IniSection &section, DirectorySettings &directory)
+{
+    SectionReader reader(section);
+    reader.read("Directory", directory.directories);
+    reader.read("Topic", directory.topics);
+    reader.finish();
+    for (const std::string &topic : directory.topics) {
+        if (topic.find('=') == std::string::npos) {
+            rejectSetting(section, "Topic", "a topic is written name=address, not '" + topic + "'");
+        }
+    }
+}
+
+ContainerSettings readContainer(const IniSection &section)
+{
+    ContainerSettings container;
+    std::string modes;
+    std::vector<std::string> services;
+    SectionReader reader(section);
+    reader.read("PrintingModes", modes);
+    reader.read("TunnelMode", container.tunnelMode);
+    reader.read("TunnelService", services);
+    reader.read("TunnelServiceName", container.tunnelServiceName);
+    reader.read("TunnelServiceProfile", container.tunnelServiceProfile);
+    reader.finish();
+    container.printingModes = nonEmptyParts(modes, ',');
+    for (const std::string &service : services) {
+        container.tunnelServices.push_back(splitAt(service, ';'));
+        if (container.tunnelServices.back().size() != 3) {
+            rejectSetting(section, "TunnelService", "a service is written name;label;profile");
+        }
+    }
+    return container;
+}
+
+bool takePrefix(std::string_view &name, std::string_view prefix)
+{
+    if (!name.starts_with(prefix)) {
+        return false;
+    }
+    name.remove_prefix(prefix.size());
+    return true;
+}
+
+void readSection(const IniSection &section, ServerConfiguration &configuration)
+{
+    std::string_view name = section.name;
+    if (name == "Server") {
+        configuration.listen = readListen(section);
+    } else if (name == "Limits") {
+        configuration.limits = readLimits(section);
+    } else if (name == "Portal") {
+        configuration.portal = readPortal(section);
+    } else if (name == "Documents") {
+        SectionReader reader(section);
+        reader.read("KeepDays", configuration.keepDocumentDays, 1, 3650);
+        reader.finish();
+    } else if (takePrefix(name, "Application ")) {
+        configuration.applications[std::string(name)] = readApplication(section);
+    } else if (takePrefix(name, "Directory ")) {
+        readServices(section, configuration.directories[std::string(name)]);
+    } else if (takePrefix(name, "Parameters ")) {
+        configuration.directories[std::string(name)].parameters = section.entries;
+    } else if (takePrefix(name, "Profile ")) {
+        configuration.containers[std::string(name)] = readContainer(section);
+    } else {
+        throw ConfigurationError("there is no section [" + section.name + "]");
+    }
+}
+
+void replaceAll(std::string &text, std::string_view from, std::string_view to)
+{
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+        text.replace(at, from.size(), to);
+    }
+}
+
+} // namespace
+
+ServerConfiguration ServerConfiguration::parse(std::string_view text)
+{
+    ServerConfiguration configuration;
+    for (const IniSection &section : parseIni(text)) {
+        readSection(section, configuration);
+    }
+    ListenSettings &listen = configuration.listen;
+    if (listen.publicName.empty()) {
+        listen.publicName = isAnyAddress(listen.address) ? hostName() : listen.address;
+    }
+    return configuration;
+}
+
+std::string withOwnAddresses(std::string_view value, const OwnAddresses &own)
+{
+    std::string text(value);
+    replaceAll(text, "{address}", own.address);
+    replaceAll(text, "{port}", std::to_string(own.port));
+    replaceAll(text, "{portal}", own.portalUrl);
+    return text;
+}
+
+} // namespace appserver

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "appserver/TlsSettings.h"
+
+#include <openssl/err.h>
+#include <stdexcept>
+#include <string>
+
+namespace appserver {
+
+namespace {
+
+void require(bool succeeded, const char *what)
+{
+    if (!succeeded) {
+        throw std::runtime_error(std::string("TLS: ") + what + ": " +
+                                 ERR_reason_error_string(ERR_get_error()));
+    }
+}
+
+std::shared_ptr<SSL_CTX> newContext(const CertificateFiles &files)
+{
+    std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+    require(context != nullptr, "no context");
+    SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
+    SSL_CTX_set_options(context.get(), SSL_OP_NO_RENEGOTIATION | SSL_OP_CIPHER_SERVER_PREFERENCE |
+                                           SSL_OP_NO_COMPRESSION | SSL_OP_IGNORE_UNEXPECTED_EOF);
+    SSL_CTX_set_mode(context.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER |
+                                        SSL_MODE_RELEASE_BUFFERS);
+    require(SSL_CTX_set_cipher_list(context.get(), "ECDHE+AESGCM:ECDHE+CHACHA20") == 1, "no ciphers");
+    require(SSL_CTX_use_certificate_chain_file(context.get(), files.certificate.c_str()) == 1,
+            "cannot use the certificate");
+    require(SSL_CTX_use_PrivateKey_file(context.get(), files.key.c_str(), SSL_FILETYPE_PEM) == 1,
+            "cannot use the key");
+    require(SSL_CTX_check_private_key(context.get()) == 1, "the key does not belong to the certificate");
+    return context;
+}
+
+} // namespace
+
+TlsSettings::TlsSettings(const CertificateFiles &files) : m_context(newContext(files))
+{}
+
+void TlsSettings::reload(const CertificateFiles &files)
+{
+    auto next = newContext(files);
+    const std::scoped_lock lock(m_mutex);
+    m_context.swap(next);
+}
+
+std::shared_ptr<SSL_CTX> TlsSettings::context() const
+{
+    const std::scoped_lock lock(m_mutex);
+    return m_context;
+}
+
+} // namespace appserver

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "appserver/HttpSite.h"
+
+#include <string_view>
+
+namespace appserver {
+
+class AppServices;
+
+/// The web page on which a person sets how the document is printed.
+void addPortalService(HttpSite &site, AppServices &services);
+
+/// True for the paths that take a POST.
+[[nodiscard]] bool isPortalPostPath(std::string_view path);
+
+} // namespace appserver
