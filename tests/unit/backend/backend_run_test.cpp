@@ -88,7 +88,7 @@ protected:
     }
 
     Outcome print(const std::string &document, const std::string &user = "alice",
-              const std::string &title = "Title", const std::string &options = localOptions) const
+                  const std::string &title = "Title", const std::string &options = localOptions) const
     {
         return run({"7", user, title, "2", options}, pipeWith(document));
     }
