@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "vrc/answer_reader.h"
+#include "vrc/connection_string.h"
+#include "vrc/local_file.h"
+#include "vrc/socket_log.h"
+#include "vrc/transport.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vrc {
+
+// What one request sends: frames, and behind them the contents of a local file as data frames.
+struct OutgoingBody
+{
+    std::string frames;
+    std::optional<FileSlice> file;
+    std::size_t blockBytes =
+        0; // at the end of the frames: the contents of a file that fits into one data frame
+
+    [[nodiscard]] std::uint64_t bytes() const;
+};
+
+// The requests of one session, one at a time: whole ones, and one that stays open while the block loop runs.
+// Takes the transport from the pool when it is first needed and gives it back at the end. Throws what the
+// transport throws; an open stream is gone then.
+class Channel
+{
+public:
+    explicit Channel(const ConnectionSettings &settings);
+    ~Channel();
+    Channel(const Channel &) = delete;
+    Channel &operator=(const Channel &) = delete;
+
+    // Sends a body of known length and waits for its answer. `what` is for the log.
+    [[nodiscard]] Answer exchange(const OutgoingBody &body, const Expectation &expectation, Patience patience,
+                                  std::string_view what);
+
+    [[nodiscard]] bool isStreaming() const { return m_isStreaming; }
+
+    // Starts a chunked request with these frames.
+    void openStream(std::string_view frames, const Expectation &expectation);
+
+    // Returns when the bytes are in the socket.
+    void stream(const OutgoingBody &body, const Expectation &expectation, std::string_view what);
+
+    // Sends the last bytes, ends the request and waits for its answer.
+    [[nodiscard]] Answer finishStream(const OutgoingBody &body, const Expectation &expectation,
+                                      Patience patience, std::string_view what);
+
+    // What the server has said so far: of an exchange that failed, or of the open stream.
+    [[nodiscard]] const Answer *partialAnswer() const { return m_reader ? &m_reader->answer() : nullptr; }
+
+    // Drops the exchange and its connection.
+    void abandon() noexcept;
+
+    // True when the exchange that failed had been given a connection that was lost since it was last used.
+    [[nodiscard]] bool hadLostConnection() const { return m_transport && m_transport->wasReused(); }
+
+private:
+    Transport &transport();
+    void write(const OutgoingBody &body);
+    void writeFile(const FileSlice &file);
+    [[nodiscard]] Answer finish(Patience patience);
+
+    template <class Action>
+    void guarded(Action action);
+
+    const ConnectionSettings &m_settings;
+    SocketLog m_log;
+    std::unique_ptr<Transport> m_transport;
+    std::unique_ptr<AnswerReader> m_reader;
+    bool m_isStreaming = false;
+    bool m_hasSession = false;
+};
+
+} // namespace vrc

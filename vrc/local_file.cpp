@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+#include "vrc/local_file.h"
+
+#include "vrc/failure.h"
+#include "wire/limits.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace vrc {
+namespace {
+
+constexpr std::size_t kPieceBytes = 65536;
+
+std::string reason(const std::string &path, const char *verb, int error)
+{
+    return path + " cannot be " + verb + ": " + std::generic_category().message(error);
+}
+
+[[noreturn]] void failRead(const std::string &path, int error)
+{
+    fail(wire::errors::FileRead, reason(path, "read", error));
+}
+
+[[noreturn]] void failWrite(const std::string &path, int error)
+{
+    fail(wire::errors::FileWrite, reason(path, "written", error));
+}
+
+bool isSameFile(int descriptor, const std::string &path)
+{
+    struct stat opened = {};
+    struct stat named = {};
+    return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+} // namespace
+
+LocalFile::LocalFile(LocalFile &&other) noexcept
+    : m_path(std::move(other.m_path)), m_isTemporary(std::exchange(other.m_isTemporary, false)),
+      m_copiedFrom(std::move(other.m_copiedFrom))
+{}
+
+LocalFile &LocalFile::operator=(LocalFile &&other) noexcept
+{
+    if (this != &other) {
+        removeFile();
+        m_path = std::move(other.m_path);
+        m_isTemporary = std::exchange(other.m_isTemporary, false);
+        m_copiedFrom = std::move(other.m_copiedFrom);
+    }
+    return *this;
+}
+
+LocalFile::~LocalFile()
+{
+    removeFile();
+}
+
+std::uint64_t LocalFile::size() const
+{
+    struct stat status = {};
+    if (stat(m_path.c_str(), &status) != 0) {
+        failRead(m_path, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        fail(wire::errors::FileRead, m_path + " cannot be read: it is not a file");
+    }
+    const auto bytes = static_cast<std::uint64_t>(status.st_size);
+    if (bytes > wire::kMaxFileBytes) {
+        fail(wire::errors::LimitExceeded, m_path + " is too long: 2 GiB or more");
+    }
+    return bytes;
+}
+
+void LocalFile::copyFrom(const LocalFile &source, std::uint64_t offset, std::uint64_t bytes)
+{
+    m_copiedFrom.reset();
+    const FileReader reader(source.path());
+    if (offset > reader.size() || bytes > reader.size() - offset) {
+        fail(wire::errors::FileRead, source.path() + " cannot be read: it ends before the bytes to copy do");
+    }
+    refuseToOverwrite(reader, m_path);
+    FileWriter writer(m_path);
+    std::string piece;
+    for (std::uint64_t done = 0; done < bytes;) {
+        const std::size_t count =
+            static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, bytes - done));
+        reader.read(offset + done, piece, count);
+        writer.write(piece);
+        done += count;
+    }
+    writer.close();
+    m_copiedFrom = FileSlice{source.path(), offset, bytes};
+}
+
+void LocalFile::removeFile() noexcept
+{
+    if (m_isTemporary) {
+        unlink(m_path.c_str());
+    }
+}
+
+FileWriter::FileWriter(const std::string &path)
+    : m_path(path), m_descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,
+                                      S_IRUSR | S_IWUSR))
+{
+    if (m_descriptor < 0) {
+        failWrite(m_path, errno);
+    }
+}
+
+FileWriter::~FileWriter()
+{
+    if (m_descriptor >= 0) {
+        ::close(m_descriptor);
+    }
+}
+
+void FileWriter::write(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(m_descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR) {
+            failWrite(m_path, errno);
+        }
+        bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
+    }
+}
+
+void FileWriter::close()
+{
+    if (::close(std::exchange(m_descriptor, -1)) != 0) {
+        failWrite(m_path, errno);
+    }
+}
+
+FileReader::FileReader(const std::string &path)
+    : m_path(path), m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC))
+{
+    struct stat status = {};
+    if (m_descriptor < 0) {
+        failRead(m_path, errno);
+    }
+    if (fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(m_descriptor);
+        fail(wire::errors::FileRead, m_path + " cannot be read: it is not a file");
+    }
+    m_size = static_cast<std::uint64_t>(status.st_size);
+}
+
+FileReader::~FileReader()
+{
+    ::close(m_descriptor);
+}
+
+void FileReader::read(std::uint64_t offset, std::string &bytes, std::size_t count) const
+{
+    bytes.resize(count);
+    for (std::size_t done = 0; done < count;) {
+        const ssize_t got =
+            pread(m_descriptor, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
+        if (got < 0 && errno != EINTR) {
+            failRead(m_path, errno);
+        }
+        if (got == 0) {
+            fail(wire::errors::FileRead, m_path + " cannot be read: it has become shorter");
+        }
+        done += got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+}
+
+void refuseToOverwrite(const FileReader &source, const std::string &path)
+{
+    if (isSameFile(source.descriptor(), path)) {
+        fail(wire::errors::FileWrite, path + " cannot be written: it is the file that is read");
+    }
+}
+
+std::string createTemporaryFile()
+{
+    const char *folder = std::getenv("TMPDIR");
+    std::string path = std::string(folder != nullptr && *folder != '\0' ? folder : "/tmp") + "/vrc-XXXXXX";
+    const int descriptor = mkstemp(path.data());
+    if (descriptor < 0) {
+        failWrite(path, errno);
+    }
+    ::close(descriptor);
+    return path;
+}
+
+} // namespace vrc

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+// Files on this machine. Everything here throws Failure: LOCAL/REQUEST/125 where a file cannot be read, 126
+// where one cannot be written, 130 where it is 2^31 bytes or longer.
+namespace vrc {
+
+// Bytes of another local file, of which an object is a copy.
+struct FileSlice
+{
+    std::string path;
+    std::uint64_t offset = 0;
+    std::uint64_t bytes = 0;
+};
+
+// An object of type FILE: a path, and whether the file behind it goes with the object.
+class LocalFile
+{
+public:
+    LocalFile(std::string path, bool isTemporary) : m_path(std::move(path)), m_isTemporary(isTemporary) {}
+
+    LocalFile(LocalFile &&other) noexcept;
+    LocalFile &operator=(LocalFile &&other) noexcept;
+    LocalFile(const LocalFile &) = delete;
+    LocalFile &operator=(const LocalFile &) = delete;
+    ~LocalFile();
+
+    [[nodiscard]] const std::string &path() const { return m_path; }
+
+    [[nodiscard]] const std::optional<FileSlice> &copiedFrom() const { return m_copiedFrom; }
+
+    [[nodiscard]] std::uint64_t size() const;
+
+    // Becomes the bytes of the source from `offset` on, all of which the source has to have.
+    void copyFrom(const LocalFile &source, std::uint64_t offset, std::uint64_t bytes);
+
+    // To be called when something else wrote the file.
+    void forgetOrigin() { m_copiedFrom.reset(); }
+
+private:
+    void removeFile() noexcept;
+
+    std::string m_path;
+    bool m_isTemporary;
+    std::optional<FileSlice> m_copiedFrom;
+};
+
+// A file that is being written: created readable by its owner alone, or emptied. Links are not followed.
+class FileWriter
+{
+public:
+    explicit FileWriter(const std::string &path);
+    ~FileWriter();
+    FileWriter(const FileWriter &) = delete;
+    FileWriter &operator=(const FileWriter &) = delete;
+
+    void write(std::string_view bytes);
+    void close(); // reports what the destructor cannot
+
+    [[nodiscard]] int descriptor() const { return m_descriptor; }
+
+private:
+    std::string m_path;
+    int m_descriptor = -1;
+};
+
+// A file that is read from a position of the caller's.
+class FileReader
+{
+public:
+    explicit FileReader(const std::string &path);
+    ~FileReader();
+    FileReader(const FileReader &) = delete;
+    FileReader &operator=(const FileReader &) = delete;
+
+    [[nodiscard]] std::uint64_t size() const { return m_size; }
+
+    [[nodiscard]] int descriptor() const { return m_descriptor; }
+
+    // Fills `bytes` completely; a file that has become shorter is an error.
+    void read(std::uint64_t offset, std::string &bytes, std::size_t count) const;
+
+private:
+    std::string m_path;
+    int m_descriptor = -1;
+    std::uint64_t m_size = 0;
+};
+
+// Writing a file while it is read would destroy it: an error when the path leads to the file that is read.
+void refuseToOverwrite(const FileReader &source, const std::string &path);
+
+// A new empty file of the owner alone in the folder for temporary files; gives its path.
+[[nodiscard]] std::string createTemporaryFile();
+
+} // namespace vrc

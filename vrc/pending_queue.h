@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "vrc/local_file.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vrc {
+
+// One command of the block loop that was sent without waiting for its answer.
+struct QueuedCommand
+{
+    enum class Kind
+    {
+        Remove,
+        Send,
+        Append
+    };
+
+    Kind kind = Kind::Remove;
+    std::uint64_t number = 0;
+    std::string name;         // of the object removed, sent or appended to
+    std::string sourceName;   // Append: the object that is appended
+    FileSlice slice;          // Send: where the bytes stand on this machine
+    std::uint64_t offset = 0; // Append: the size that the object has before
+};
+
+// The commands of the block loop whose answers are outstanding, oldest first. Their bytes are not kept: they
+// stand in the local file that the blocks were copied from. However many blocks a document has, they take a
+// few hundred bytes, since blocks that follow each other are kept as one run.
+class PendingQueue
+{
+public:
+    // Numbers are given without gaps.
+    void add(QueuedCommand command);
+
+    // Everything up to this number was carried out.
+    void dropThrough(std::uint64_t number);
+
+    void clear() { m_entries.clear(); }
+
+    [[nodiscard]] bool isEmpty() const { return m_entries.empty(); }
+
+    // True when further commands have to wait for the answers of these.
+    [[nodiscard]] bool isFull() const;
+
+    // The object that the loop appends to; empty when there is none.
+    [[nodiscard]] std::string appendedObject() const;
+
+    // The size that this object has when everything up to `number` was carried out.
+    [[nodiscard]] std::uint64_t expectedSize(std::uint64_t number) const;
+
+    // Every command after `number`, in order.
+    void forEachAfter(std::uint64_t number, const std::function<void(const QueuedCommand &)> &visit) const;
+
+private:
+    // One command; or, with blockBytes, a run of [Remove] Send Append triples of blocks that follow each
+    // other.
+    struct Entry
+    {
+        QueuedCommand command; // of a run: its first Append, as if it were the first command
+        FileSlice slice;       // of a run: all its bytes
+        std::uint64_t blockBytes = 0;
+        std::uint64_t stride = 1; // commands a block
+
+        [[nodiscard]] bool isRun() const { return blockBytes != 0; }
+
+        [[nodiscard]] std::uint64_t blocks() const;
+        [[nodiscard]] std::uint64_t lastNumber() const;
+        [[nodiscard]] QueuedCommand at(std::uint64_t number) const;
+    };
+
+    void gatherRun();
+    [[nodiscard]] static bool continues(const Entry &run, const Entry &next);
+
+    std::vector<Entry> m_entries;
+};
+
+} // namespace vrc

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "vrc/remote_command.h"
+
+#include "vrc/failure.h"
+#include "wire/limits.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace vrc {
+namespace {
+
+using Kind = RemoteCommand::Kind;
+
+constexpr std::array<std::pair<std::string_view, Kind>, 6> kKinds = {{
+    {"OBJECT:CREATE", Kind::Create},
+    {"OBJECT:REMOVE", Kind::Remove},
+    {"OBJECT:GET", Kind::Get},
+    {"OBJECT:SEND", Kind::Send},
+    {"OBJECT:FILE_APPEND", Kind::Append},
+    {"OBJECT:FILE_DECOMPRESS", Kind::Decompress},
+}};
+
+Kind kindOf(const wire::Command &command)
+{
+    if (command.verb == wire::Verb::Procedure) {
+        return Kind::Procedure;
+    }
+    const auto *found = std::find_if(kKinds.begin(), kKinds.end(),
+                                     [&command](const auto &row) { return row.first == command.name; });
+    return found == kKinds.end() ? Kind::Other : found->second;
+}
+
+std::string valueOf(const wire::Command &command, std::string_view key)
+{
+    const std::string *value = command.find(key);
+    return value == nullptr ? std::string() : *value;
+}
+
+// NAME, and for the append SNAME, stand for themselves; nothing else stands there.
+bool isPlain(const wire::Command &command)
+{
+    const bool hasModifier =
+        command.container || command.variable || command.noError || command.keepVariables;
+    const bool hasVariable =
+        std::any_of(command.arguments.begin(), command.arguments.end(), [](const wire::Field &field) {
+            return wire::variableOf(field.value).has_value() || !wire::isName(field.value);
+        });
+    const std::size_t fields = command.name == "OBJECT:FILE_APPEND" ? 2 : 1;
+    return !hasModifier && !hasVariable && command.arguments.size() == fields;
+}
+
+void requireName(const std::string &name, const RemoteCommand &command)
+{
+    if (!wire::isName(name)) {
+        fail(wire::errors::MalformedCommand, "a field of the command names no object: " + command.line);
+    }
+}
+
+// A file that fits into one data frame goes with the frames, in one piece.
+void appendFile(OutgoingBody &body, FileSlice slice)
+{
+    if (slice.bytes == 0 || slice.bytes > wire::kMaxDataBytes) {
+        body.file = std::move(slice);
+        return;
+    }
+    std::string block;
+    FileReader(slice.path).read(slice.offset, block, static_cast<std::size_t>(slice.bytes));
+    wire::appendDataHeader(body.frames, block.size());
+    body.frames.append(block);
+    body.blockBytes = block.size();
+}
+
+void appendLocalObject(OutgoingBody &body, const std::string &name, LocalObjects &objects)
+{
+    LocalObject &object = objects.find(name);
+    if (const auto *file = std::get_if<LocalFile>(&object)) {
+        const std::uint64_t bytes = file->size();
+        wire::append(body.frames, wire::ObjectFrame{wire::ObjectType::File, name, bytes});
+        appendFile(body, {file->path(), 0, bytes});
+        return;
+    }
+    const auto &value = std::get<wire::Value>(object);
+    if (!wire::isWithinLimits(value)) {
+        fail(wire::errors::LimitExceeded, "the object " + name + " is too large to be sent");
+    }
+    wire::appendValue(body.frames, name, value);
+}
+
+} // namespace
+
+RemoteCommand describe(const wire::Command &command, std::string_view line)
+{
+    RemoteCommand described;
+    described.kind = kindOf(command);
+    described.line = line;
+    described.name = valueOf(command, "NAME");
+    described.sourceName = valueOf(command, "SNAME");
+    described.targetName = valueOf(command, "DNAME");
+    described.createsFile = described.kind == Kind::Create && valueOf(command, "TYPE") == "FILE";
+    described.noError = command.noError;
+    described.isPlain = isPlain(command);
+    if (described.kind == Kind::Get || described.kind == Kind::Send) {
+        requireName(described.name, described);
+    }
+    return described;
+}
+
+OutgoingBody bodyOf(const RemoteCommand &command, const Dispatch &dispatch, LocalObjects &objects,
+                    const AppendedFiles &appended)
+{
+    wire::CommandFrame frame;
+    frame.number = dispatch.number;
+    frame.isQueued = dispatch.isQueued;
+    frame.line = command.line;
+    if (command.kind == Kind::Append) {
+        frame.offset = appended.size(command.name);
+    }
+    if (command.kind == Kind::Decompress) {
+        frame.hash = appended.hash(command.name);
+    }
+    OutgoingBody body;
+    wire::append(body.frames, frame);
+    if (command.kind == Kind::Send) {
+        appendLocalObject(body, command.name, objects);
+    }
+    return body;
+}
+
+OutgoingBody bodyOf(const QueuedCommand &command)
+{
+    wire::CommandFrame frame;
+    frame.number = command.number;
+    frame.isQueued = true;
+    OutgoingBody body;
+    switch (command.kind) {
+    case QueuedCommand::Kind::Remove:
+        frame.line = "VR_CMD=|OBJECT:REMOVE| NAME=|" + command.name + "|";
+        break;
+    case QueuedCommand::Kind::Send:
+        frame.line = "VR_CMD=|OBJECT:SEND| NAME=|" + command.name + "|";
+        break;
+    case QueuedCommand::Kind::Append:
+        frame.line =
+            "VR_CMD=|OBJECT:FILE_APPEND| NAME=|" + command.name + "| SNAME=|" + command.sourceName + "|";
+        frame.offset = command.offset;
+        break;
+    }
+    wire::append(body.frames, frame);
+    if (command.kind == QueuedCommand::Kind::Send) {
+        wire::append(body.frames,
+                     wire::ObjectFrame{wire::ObjectType::File, command.name, command.slice.bytes});
+        appendFile(body, command.slice);
+    }
+    return body;
+}
+
+} // namespace vrc

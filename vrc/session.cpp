@@ -1,0 +1,314 @@
+// SPDX-License-Identifier: MIT
+#include "vrc/session.h"
+
+#include "vrc/failure.h"
+#include "wire/limits.h"
+
+#include <algorithm>
+
+namespace vrc {
+namespace {
+
+using Kind = RemoteCommand::Kind;
+
+wire::Value decodedObject(const ReceivedObject &object)
+{
+    std::optional<wire::Value> value = wire::decodeValue(object.type, object.bytes);
+    if (!value) {
+        fail(wire::errors::StrangeAnswer,
+             "the server sent an object " + object.name + " that makes no sense");
+    }
+    return std::move(*value);
+}
+
+LocalObject localForm(ReceivedObject object)
+{
+    if (object.type != wire::ObjectType::File) {
+        return decodedObject(object);
+    }
+    if (object.file) {
+        return std::move(*object.file);
+    }
+    LocalFile file(createTemporaryFile(), true);
+    FileWriter writer(file.path());
+    writer.write(object.bytes);
+    writer.close();
+    return file;
+}
+
+} // namespace
+
+Session::Session(const ConnectionSettings &settings, LocalState &state)
+    : m_settings(settings), m_state(state), m_channel(settings)
+{
+    renewNonce();
+}
+
+std::string Session::run(const wire::Command &command, std::string_view line)
+{
+    if (command.verb == wire::Verb::CloseSession) {
+        close();
+        return {};
+    }
+    const RemoteCommand described = describe(command, line);
+    try {
+        return takeTravelled(described) ? std::string() : send(described);
+    } catch (...) {
+        if (described.kind == Kind::Get) {
+            m_state.objects.remove(described.name); // nothing stale is ever taken for an answer
+        }
+        throw;
+    }
+}
+
+// Repeats what is safe to be repeated without telling anybody: after bodies have been made shorter, and once
+// when a connection that was kept turned out to be gone.
+template <class Action>
+auto Session::insist(Action action)
+{
+    for (bool mayRepeat = true;;) {
+        try {
+            return action();
+        } catch (const BodyRefused &refusal) {
+            shrinkBodies(refusal);
+        } catch (const Failure &failure) {
+            const bool isLost =
+                wire::isError(failure.error(), wire::errors::Network) && m_channel.hadLostConnection();
+            if (!mayRepeat || !isLost) {
+                throw;
+            }
+            mayRepeat = false;
+        }
+    }
+}
+
+// Never waits for the queue: with a stream open its connection is dropped, and the session closed on another
+// one.
+void Session::close()
+{
+    m_channel.abandon();
+    if (m_state.sessionId.empty()) {
+        reset();
+        return;
+    }
+    OutgoingBody body{sessionFrame(), {}};
+    wire::appendEnd(body.frames);
+    const Patience patience = m_settings.closeProcedure.empty() ? Patience::Stall : Patience::Procedure;
+    m_travelled.clear();
+    m_isDivisible = false;
+    const Answer answer =
+        insist([&] { return m_channel.exchange(body, Expectation{}, patience, "VR_CLOSE_SESSION=|YES|"); });
+    if (answer.requestError && !wire::isError(*answer.requestError, wire::errors::UnknownSession)) {
+        throw Failure(*answer.requestError);
+    }
+    reset();
+}
+
+void Session::reset()
+{
+    m_state.sessionId.clear();
+    m_issued = m_acknowledged = 0;
+    m_unanswered.reset();
+    m_failure.reset();
+    m_pending.clear();
+    m_isBroken = false;
+    m_batch.clear();
+    m_appended.forgetAll();
+    m_block = {};
+    m_travelled.clear();
+    renewNonce();
+}
+
+// An object that came with the procedure's result needs no way to the server.
+bool Session::takeTravelled(const RemoteCommand &command)
+{
+    const auto found =
+        std::find_if(m_travelled.begin(), m_travelled.end(),
+                     [&command](const ReceivedObject &object) { return object.name == command.name; });
+    if (command.kind != Kind::Get || !command.isPlain || found == m_travelled.end()) {
+        return false;
+    }
+    ReceivedObject copy{found->type, found->name, found->bytes, {}};
+    m_state.objects.put(command.name, localForm(std::move(copy)));
+    return true;
+}
+
+std::string Session::send(const RemoteCommand &command)
+{
+    m_travelled.clear();
+    if (m_failure) {
+        throw Failure(*m_failure);
+    }
+    if (mayQueue(command)) {
+        sendQueued(command);
+        return {};
+    }
+    return sendWaiting(command);
+}
+
+std::string Session::sendWaiting(const RemoteCommand &command)
+{
+    std::uint64_t number = 0;
+    OutgoingBody body;
+    Answer answer = insist([&] {
+        number = nextNumber(command);
+        body = bodyOf(command, {number, false}, m_state.objects, m_appended);
+        try {
+            return exchange(command, number, body);
+        } catch (...) {
+            noteLoss(command, number);
+            throw;
+        }
+    });
+    std::string result = settle(command, number, answer);
+    noteEffects(command, body);
+    return result;
+}
+
+void Session::sendQueued(const RemoteCommand &command)
+{
+    OutgoingBody body;
+    insist([&] {
+        const std::uint64_t number = nextNumber(command);
+        body = bodyOf(command, {number, true}, m_state.objects, m_appended);
+        try {
+            deliver(body, number, loggedCommand(command.line));
+        } catch (...) {
+            noteLoss(command, number);
+            throw;
+        }
+        m_issued = number;
+        m_unanswered.reset();
+        m_pending.add(queuedForm(command, number));
+    });
+    noteEffects(command, body);
+}
+
+// Only what can be sent again without having been kept is sent without waiting for its answer.
+bool Session::mayQueue(const RemoteCommand &command) const
+{
+    if (m_state.sessionId.empty() || !command.isPlain || m_pending.isFull()) {
+        return false;
+    }
+    if (command.kind == Kind::Send) {
+        const LocalFile *file = m_state.objects.holds(command.name)
+                                    ? std::get_if<LocalFile>(&m_state.objects.find(command.name))
+                                    : nullptr;
+        return file != nullptr && file->copiedFrom() && file->copiedFrom()->bytes <= wire::kMaxDataBytes;
+    }
+    if (command.kind == Kind::Append) {
+        return m_block.name == command.sourceName && m_appended.size(command.name).has_value();
+    }
+    return command.kind == Kind::Remove;
+}
+
+QueuedCommand Session::queuedForm(const RemoteCommand &command, std::uint64_t number) const
+{
+    QueuedCommand queued;
+    queued.number = number;
+    queued.name = command.name;
+    if (command.kind == Kind::Send) {
+        queued.kind = QueuedCommand::Kind::Send;
+        queued.slice = *m_state.objects.file(command.name).copiedFrom();
+    } else if (command.kind == Kind::Append) {
+        queued.kind = QueuedCommand::Kind::Append;
+        queued.sourceName = command.sourceName;
+        queued.offset = m_appended.size(command.name).value_or(0);
+    }
+    return queued;
+}
+
+std::string Session::settle(const RemoteCommand &command, std::uint64_t number, Answer &answer)
+{
+    takeWelcome(answer);
+    m_batch.clear();
+    if (answer.requestError) {
+        if (!m_pending.isEmpty()) {
+            m_failure = answer.requestError;
+        }
+        m_pending.clear();
+        throw Failure(*answer.requestError);
+    }
+    m_issued = m_acknowledged = number;
+    m_unanswered.reset();
+    m_pending.clear();
+    if (answer.queuedError) {
+        m_failure = answer.queuedError;
+        throw Failure(*m_failure);
+    }
+    if (answer.error) {
+        m_appended.forget(command.name);
+        throw Failure(*answer.error);
+    }
+    if (!answer.result) {
+        fail(wire::errors::StrangeAnswer, "the answer of the server makes no sense: there is no result");
+    }
+    takeFetched(command, answer);
+    return std::move(*answer.result);
+}
+
+void Session::takeWelcome(const Answer &answer)
+{
+    if (answer.welcome) {
+        m_state.sessionId = answer.welcome->sessionId;
+    }
+}
+
+void Session::takeFetched(const RemoteCommand &command, Answer &answer)
+{
+    if (command.kind == Kind::Procedure) {
+        m_travelled = std::move(answer.objects);
+        return;
+    }
+    if (command.kind != Kind::Get) {
+        return;
+    }
+    if (answer.objects.empty()) {
+        if (!command.noError) {
+            fail(wire::errors::StrangeAnswer, "the server did not send the object " + command.name);
+        }
+        m_state.objects.remove(command.name);
+        return;
+    }
+    ReceivedObject &object = answer.objects.front();
+    if (object.type == wire::ObjectType::File && !object.file) {
+        m_state.objects.file(command.name).forgetOrigin(); // it went to the path of that object
+        return;
+    }
+    m_state.objects.put(command.name, localForm(std::move(object)));
+}
+
+// What the library knows of the server's files after a command that succeeded, or is on its way.
+void Session::noteEffects(const RemoteCommand &command, const OutgoingBody &body)
+{
+    switch (command.kind) {
+    case Kind::Create:
+        return command.createsFile ? m_appended.created(command.name) : m_appended.forget(command.name);
+    case Kind::Send: {
+        m_appended.forget(command.name);
+        const bool isBlock = !body.file || body.file->bytes == 0;
+        const std::string_view bytes =
+            std::string_view(body.frames).substr(body.frames.size() - body.blockBytes);
+        m_block = isBlock ? SentBlock{command.name, std::string(bytes)} : SentBlock{};
+        return;
+    }
+    case Kind::Append:
+        return m_block.name == command.sourceName ? m_appended.appended(command.name, m_block.bytes)
+                                                  : m_appended.forget(command.name);
+    case Kind::Remove:
+        m_appended.forget(command.name);
+        m_block = m_block.name == command.name ? SentBlock{} : std::move(m_block);
+        return;
+    case Kind::Decompress:
+        return m_appended.forget(command.targetName);
+    case Kind::Procedure:
+        m_appended.forgetAll();
+        m_block = {};
+        return;
+    case Kind::Get:
+    case Kind::Other:
+        return;
+    }
+}
+
+} // namespace vrc

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#include "vrc/failure.h"
+#include "vrc/session.h"
+#include "wire/limits.h"
+
+#include <algorithm>
+
+namespace vrc {
+namespace {
+
+constexpr std::size_t kFirstBodyLimit = 256 * 1024;
+constexpr std::size_t kSmallestBodyLimit = 68 * 1024; // a block with its frames
+
+} // namespace
+
+// Sends a command that waits, in the open stream or in a body of its own, behind what is queued.
+Answer Session::exchange(const RemoteCommand &command, std::uint64_t number, const OutgoingBody &body)
+{
+    Expectation expectation = expectationFor(command, number);
+    const bool isProcedure = command.kind == RemoteCommand::Kind::Procedure ||
+                             (expectation.isHello && !m_settings.openProcedure.empty());
+    const Patience patience = isProcedure ? Patience::Procedure : Patience::Stall;
+    const std::string what = loggedCommand(command.line);
+    if (m_channel.isStreaming()) {
+        expectation.firstNumber = m_firstInBody;
+        m_isDivisible = true;
+        return m_channel.finishStream(body, expectation, patience, what);
+    }
+    if (!m_batch.empty() && m_batch.size() + body.bytes() > m_bodyLimit.value_or(0)) {
+        flushBatch();
+    }
+    if (!m_batch.empty()) {
+        expectation.firstNumber = m_firstInBody;
+    }
+    m_isDivisible = !m_batch.empty();
+    return m_channel.exchange({opening() + m_batch + body.frames, body.file}, expectation, patience, what);
+}
+
+// Sends a command that does not wait.
+void Session::deliver(const OutgoingBody &body, std::uint64_t number, std::string_view what)
+{
+    if (m_bodyLimit) {
+        addToBatch(body, number);
+        return;
+    }
+    m_isDivisible = true;
+    Expectation expectation;
+    if (!m_channel.isStreaming()) {
+        m_firstInBody = number;
+        m_channel.openStream(sessionFrame(), expectation);
+    }
+    expectation.firstNumber = m_firstInBody;
+    expectation.lastNumber = number;
+    m_channel.stream(body, expectation, what);
+    heedStream();
+}
+
+void Session::addToBatch(const OutgoingBody &body, std::uint64_t number)
+{
+    if (!m_batch.empty() && m_batch.size() + body.bytes() > *m_bodyLimit) {
+        flushBatch();
+    }
+    if (m_batch.empty()) {
+        m_firstInBody = number;
+    }
+    m_batch.append(body.frames);
+    m_lastInBody = number;
+}
+
+void Session::flushBatch()
+{
+    Expectation expectation;
+    expectation.firstNumber = m_firstInBody;
+    expectation.lastNumber = m_lastInBody;
+    m_isDivisible = true;
+    const Answer answer =
+        m_channel.exchange({sessionFrame() + m_batch, {}}, expectation, Patience::Stall, "block loop");
+    m_batch.clear();
+    for (const std::optional<wire::ErrorInfo> &error : {answer.requestError, answer.queuedError}) {
+        if (error) {
+            m_failure = error;
+            throw Failure(*error);
+        }
+    }
+    m_acknowledged = m_lastInBody;
+    m_pending.dropThrough(m_lastInBody);
+}
+
+// A server that has found an error need not be sent the rest of the document.
+void Session::heedStream()
+{
+    const Answer *answer = m_channel.partialAnswer();
+    for (const std::optional<wire::ErrorInfo> &error : {answer->requestError, answer->queuedError}) {
+        if (error) {
+            m_failure = error;
+            m_channel.abandon();
+            throw Failure(*m_failure);
+        }
+    }
+}
+
+std::string Session::opening() const
+{
+    if (!m_state.sessionId.empty()) {
+        return sessionFrame();
+    }
+    wire::HelloFrame hello;
+    hello.lowestVersion = hello.highestVersion = wire::kVersion;
+    hello.nonce = m_nonce;
+    hello.application = m_settings.application;
+    hello.user = m_settings.user;
+    hello.password = m_settings.password;
+    hello.openProcedure = m_settings.openProcedure;
+    hello.closeProcedure = m_settings.closeProcedure;
+    hello.singleSignOn = m_settings.singleSignOn;
+    std::string frames;
+    wire::append(frames, hello);
+    return frames;
+}
+
+std::string Session::sessionFrame() const
+{
+    std::string frames;
+    wire::append(frames, wire::SessionFrame{wire::kVersion, m_state.sessionId, m_acknowledged});
+    return frames;
+}
+
+Expectation Session::expectationFor(const RemoteCommand &command, std::uint64_t number) const
+{
+    Expectation expectation;
+    expectation.isHello = m_state.sessionId.empty();
+    expectation.firstNumber = expectation.lastNumber = expectation.waiting = number;
+    expectation.mayTravel = command.kind == RemoteCommand::Kind::Procedure;
+    if (command.kind == RemoteCommand::Kind::Get) {
+        expectation.fetchedName = command.name;
+        const LocalFile *file = m_state.objects.holds(command.name)
+                                    ? std::get_if<LocalFile>(&m_state.objects.find(command.name))
+                                    : nullptr;
+        expectation.fetchedPath = file == nullptr ? std::string() : file->path();
+    }
+    return expectation;
+}
+
+// Something on the way takes no chunked body, or none of this length: shorter ones of known length may pass.
+void Session::shrinkBodies(const BodyRefused &refusal)
+{
+    const bool canShrink = m_isDivisible && (!m_bodyLimit || *m_bodyLimit > kSmallestBodyLimit);
+    if (!canShrink) {
+        fail(wire::errors::StrangeAnswer,
+             "the server, or something on the way to it, does not take the request",
+             "HTTP status " + std::to_string(refusal.status));
+    }
+    m_bodyLimit = m_bodyLimit ? std::max(kSmallestBodyLimit, *m_bodyLimit / 2) : kFirstBodyLimit;
+}
+
+} // namespace vrc

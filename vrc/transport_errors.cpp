@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "vrc/transport_errors.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vrc {
+namespace {
+
+namespace errors = wire::errors;
+
+constexpr std::array kCertificateCodes = {CURLE_PEER_FAILED_VERIFICATION, CURLE_SSL_CACERT_BADFILE,
+                                          CURLE_SSL_ISSUER_ERROR, CURLE_SSL_CRL_BADFILE,
+                                          CURLE_SSL_INVALIDCERTSTATUS};
+constexpr std::array kNonsenseCodes = {CURLE_UNSUPPORTED_PROTOCOL, CURLE_WEIRD_SERVER_REPLY,
+                                       CURLE_WRITE_ERROR, CURLE_BAD_CONTENT_ENCODING,
+                                       CURLE_FILESIZE_EXCEEDED};
+
+template <class Codes>
+bool isAmong(CURLcode code, const Codes &codes)
+{
+    return std::find(codes.begin(), codes.end(), code) != codes.end();
+}
+
+bool isGatewayStatus(long status)
+{
+    return status == 502 || status == 503 || status == 504;
+}
+
+// What a status other than the server's own says.
+wire::ErrorInfo errorOfStatus(const ExchangeEnd &end)
+{
+    const std::string status = "HTTP status " + std::to_string(end.status);
+    if (end.status == 407) {
+        return wire::makeError(errors::ProxyCredentials,
+                               "the proxy wants credentials, or refuses those given", status);
+    }
+    if (end.status == 401 && end.isSingleSignOn) {
+        return wire::makeError(errors::SingleSignOn, "single sign-on failed: the server refuses it", status);
+    }
+    if (isGatewayStatus(end.status)) {
+        return wire::makeError(end.isSessionOpen ? errors::Network : errors::CannotConnect,
+                               "the server cannot be reached, or takes no more connections", status);
+    }
+    if (end.status == 403 && end.usesProxy) {
+        return wire::makeError(errors::CannotConnect, "the proxy refuses to connect to the server", status);
+    }
+    return wire::makeError(errors::StrangeAnswer,
+                           "the answer is not that of an application server (" + status + ")");
+}
+
+wire::ErrorInfo errorOfHandshake(const ExchangeEnd &end)
+{
+    const bool isBroken = end.systemError != 0 || end.detail.find("SYSCALL") != std::string::npos ||
+                          end.detail.find("reset") != std::string::npos ||
+                          end.detail.find("unexpected eof") != std::string::npos;
+    return wire::makeError(isBroken ? errors::CannotConnect : errors::StrangeAnswer,
+                           "no secure connection could be made: " + end.detail);
+}
+
+wire::ErrorInfo errorOfConnecting(const ExchangeEnd &end)
+{
+    if (end.connectStatus == 407) {
+        return wire::makeError(errors::ProxyCredentials,
+                               "the proxy wants credentials, or refuses those given");
+    }
+    if (end.code == CURLE_SSL_CONNECT_ERROR) {
+        return errorOfHandshake(end);
+    }
+    return wire::makeError(errors::CannotConnect, "cannot connect: " + end.detail);
+}
+
+} // namespace
+
+bool isBodyRefused(const ExchangeEnd &end)
+{
+    return end.status == 411 || end.status == 413;
+}
+
+bool isAnswered(const ExchangeEnd &end, bool needsFrames)
+{
+    if (needsFrames) {
+        return end.code == CURLE_OK && end.isAnswerOfServer;
+    }
+    const bool hasStatus = end.code == CURLE_OK || (end.code == CURLE_WRITE_ERROR && !end.hasAnswerTooLong);
+    return hasStatus && end.status != 0 && end.status != 401 && end.status != 407 &&
+           !isGatewayStatus(end.status);
+}
+
+wire::ErrorInfo errorOf(const ExchangeEnd &end)
+{
+    const bool isRejected = end.code == CURLE_OK || end.code == CURLE_WRITE_ERROR;
+    if (end.hasAnswerTooLong) {
+        return wire::makeError(errors::StrangeAnswer, "the answer has header lines without end");
+    }
+    if (isRejected && !end.isAnswerOfServer && end.status != 0) {
+        return errorOfStatus(end);
+    }
+    if (isAmong(end.code, kCertificateCodes)) {
+        return wire::makeError(errors::Certificate,
+                               "the server's certificate does not verify: " + end.detail);
+    }
+    if (end.code == CURLE_OUT_OF_MEMORY) {
+        return wire::makeError(errors::OutOfMemory);
+    }
+    if (!end.isConnected) {
+        return errorOfConnecting(end);
+    }
+    if (isAmong(end.code, kNonsenseCodes)) {
+        return wire::makeError(errors::StrangeAnswer, "the answer makes no sense: " + end.detail);
+    }
+    return wire::makeError(errors::Network, "network error: " + end.detail);
+}
+
+} // namespace vrc
