@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 #include "vrp/server/directory_parameters.h"
 
 #include <string>
@@ -17,7 +17,7 @@ struct UploadJob
     ParameterMap &parameters;
     std::wstring &fileId;
 
-    ServerSession session = {};
+    RequestSession session = {};
     std::wstring container = {}; ///< of the user's profile on the server
     int plainBytes = 0;
     int compressedBytes = 0;

@@ -25,7 +25,7 @@ QUrl allowedAddress(const QString &text)
     if (isLocalPage(text)) {
         return QUrl::fromLocalFile(text);
     }
-    const QUrl url(text);
+    QUrl url(text);
     const QString scheme = url.scheme(); // in lower case
     if (scheme == QLatin1String("http") || scheme == QLatin1String("https")) {
         return url.host().isEmpty() ? QUrl() : url;

@@ -3,11 +3,10 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/platform/text.h"
+#include "vrp/server/library_call.h"
 #include "vrp/server/masking.h"
 #include "vrp/server/server_error.h"
 #include "vrp/ui/message_boxes.h"
-
-#include <vrc.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -25,22 +24,9 @@ struct ResultBuffer
     int capacity; // characters, terminator included
 
     [[nodiscard]] bool wanted() const { return text != nullptr && capacity > 0; }
-};
 
-/// Lets the library carry out the command once. Its result, whole, goes into `result`, also after a failure.
-int callLibrary(void *request, const std::string &command, const ResultBuffer &buffer, int *extra,
-                std::wstring &result)
-{
-    if (!buffer.wanted()) {
-        return VrCommand(request, command.c_str(), nullptr, 0, extra);
-    }
-    const int bytes = bytesPerCharacter * buffer.capacity;
-    std::string answer(static_cast<std::size_t>(bytes), '\0');
-    const int status = VrCommand(request, command.c_str(), answer.data(), bytes, extra);
-    answer.back() = '\0';
-    result = UTF8tow(answer.c_str());
-    return status;
-}
+    [[nodiscard]] int bytes() const { return wanted() ? bytesPerCharacter * capacity : 0; }
+};
 
 /// Hands the result to the caller; one that is longer than the buffer is cut.
 void copyToCaller(const std::wstring &result, const ResultBuffer &buffer)
@@ -107,8 +93,7 @@ int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, i
     const ResultBuffer buffer{result, resultCapacity};
     const std::string utf8Command = wtoUTF8(command);
     for (bool retried = false;; retried = true) {
-        std::wstring text;
-        const int status = callLibrary(request, utf8Command, buffer, extra, text);
+        const auto [status, text] = callLibrary(request, utf8Command, buffer.bytes(), extra);
         copyToCaller(text, buffer);
         if (status == succeeded) {
             log.WriteLn((L" - Result buffer: " + escapeControls(maskResult(command, text))).c_str());

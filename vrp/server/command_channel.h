@@ -21,6 +21,9 @@ std::int64_t VrpsConnectVarek(const std::wstring &server, int port, bool ssl, co
                               const std::wstring &openProcedure, const std::wstring &closeProcedure,
                               const std::wstring &loginArguments, bool sso, const std::wstring &ssoPrincipal);
 
+/// The handle that a result of VrpsConnectVarek holds; null for a ConnectionOutcome.
+void *VrpsRequestOf(std::int64_t connection);
+
 /// Carries out one command and logs it with its result, passwords masked. `result` holds `resultCapacity`
 /// wide characters, terminator included, or is null. Retries once on a network error. Returns 1 for success.
 int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, int resultCapacity,

@@ -174,3 +174,17 @@ std::int64_t VrpsConnectVarek(const std::wstring &server, int port, bool ssl, co
     return connectTo({server, port, ssl, application, user, password, openProcedure, closeProcedure,
                       loginArguments, sso, ssoPrincipal});
 }
+
+void *VrpsRequestOf(std::int64_t connection)
+{
+    switch (connection) {
+    case connectionFailed:
+    case connectionCancelled:
+    case connectionBadUser:
+    case connectionBadPassword:
+        return nullptr;
+    default:
+        // A handle travels as an integer, so that it can also be an outcome.
+        return reinterpret_cast<void *>(connection); // NOLINT(performance-no-int-to-ptr)
+    }
+}

@@ -3,7 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 #include "vrp/server/command_channel.h"
 #include "vrp/server/directory_entry.h"
 #include "vrp/server/login.h"
@@ -21,7 +21,7 @@ using List = std::vector<std::wstring>;
 /// A directory that has answered, or none.
 struct DirectoryConnection
 {
-    ServerSession session;
+    RequestSession session;
     std::wstring entry;
     std::wstring directory;
     bool cancelled = false; ///< the user gave up while connecting
@@ -41,7 +41,7 @@ List directoryList()
 }
 
 /// Has the directory's values of one kind made ready for fetching.
-bool getData(ServerSession &session, const std::wstring &directory, const wchar_t *key,
+bool getData(RequestSession &session, const std::wstring &directory, const wchar_t *key,
              const wchar_t *entries)
 {
     return session.run(L"VR_PROC=|GetData| DIRECTORY=|" + directory + L"| KEY=|" + key + L"| ENTRIES=|" +
@@ -85,7 +85,7 @@ DirectoryConnection connectToFirstThatAnswers()
             found.cancelled = true;
             break;
         }
-        ServerSession session(outcome);
+        RequestSession session(outcome);
         if (session.isOpen() && getData(session, address.directory, L"Settings", L"Parameters")) {
             found.session = std::move(session);
             found.entry = entry;
@@ -114,25 +114,25 @@ void rememberDirectory(const std::wstring &entry)
 }
 
 /// A key or value that cannot be read is left out.
-void readParameter(ServerSession &session, int index, ParameterMap &parameters)
+void readParameter(RequestSession &session, int index, ParameterMap &parameters)
 {
-    const ServerSession::Answer key =
+    const RequestSession::Answer key =
         session.ask(L"VR_CMD=|LOCAL:OBJECT:INDSTRINGLIST_GET_KEY| NAME=|parameters| INDEX=|" +
                     std::to_wstring(index) + L"|");
     if (!key.succeeded) {
         return;
     }
-    const ServerSession::Answer value = session.ask(
+    const RequestSession::Answer value = session.ask(
         L"VR_CMD=|LOCAL:OBJECT:INDSTRINGLIST_GET_VALUE| NAME=|parameters| KEY=|" + key.text + L"|");
     if (value.succeeded) {
         parameters[key.text] = value.text;
     }
 }
 
-void readParameters(ServerSession &session, ParameterMap &parameters)
+void readParameters(RequestSession &session, ParameterMap &parameters)
 {
     parameters.clear();
-    const int count = ServerSession::entryCount(
+    const int count = RequestSession::entryCount(
         session.ask(L"VR_CMD=|LOCAL:OBJECT:INDSTRINGLIST_GET_SIZE| NAME=|parameters|"));
     for (int index = 1; index <= count; ++index) {
         readParameter(session, index, parameters);
@@ -144,12 +144,12 @@ List fetchList(DirectoryConnection &connection, const wchar_t *key, const wchar_
                const std::wstring &object)
 {
     List list;
-    ServerSession &session = connection.session;
+    RequestSession &session = connection.session;
     if (!getData(session, connection.directory, key, entries) ||
         !session.run(L"VR_CMD=|OBJECT:GET| NAME=|" + object + L"|")) {
         return list;
     }
-    session.readStringList(object, [&](const ServerSession::Answer &value) {
+    session.readStringList(object, [&](const RequestSession::Answer &value) {
         if (value.succeeded) {
             list.push_back(value.text);
         }
@@ -183,7 +183,7 @@ int VrpsGetParametersFromServerDirectory(ParameterMap &parameters)
     VrpsSetMessageWindow(resource::messagesConnectingDirectory, -1);
     VrpsSetMessageWindowOnTop();
     DirectoryConnection connection = connectToFirstThatAnswers();
-    ServerSession &session = connection.session;
+    RequestSession &session = connection.session;
     if (cancelRequested()) {
         return endCancelled(session);
     }

@@ -77,7 +77,7 @@ std::int64_t connectWithRetry(const ConnectionParameters &parameters)
     return outcome == connectionFailed ? connect(parameters) : outcome;
 }
 
-ServerSession logIn(const ConnectionParameters &parameters)
+RequestSession logIn(const ConnectionParameters &parameters)
 {
     VrpLog &log = VrpsGetMain()->log;
     const std::int64_t outcome = connectWithRetry(parameters);
@@ -100,5 +100,5 @@ ServerSession logIn(const ConnectionParameters &parameters)
     default:
         break;
     }
-    return ServerSession(outcome);
+    return RequestSession(outcome);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 #include "vrp/server/connection_string.h"
 #include "vrp/server/directory_parameters.h"
 
@@ -19,4 +19,4 @@
 /// Logs the user in. Without a session the user has been told, unless it was they who cancelled, the progress
 /// window is closed, and after anything but a cancel the stored password is cleared, so that the next send
 /// asks for it again.
-[[nodiscard]] ServerSession logIn(const ConnectionParameters &parameters);
+[[nodiscard]] RequestSession logIn(const ConnectionParameters &parameters);

@@ -3,7 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 #include "vrp/server/browser.h"
 #include "vrp/server/login.h"
 #include "vrp/server/portal_address.h"
@@ -20,7 +20,7 @@ std::wstring digestOf(const std::wstring &sessionId, bool sso)
 }
 
 /// Puts the uploaded document's identifier into the portal's session.
-void handOver(ServerSession &session, const std::wstring &fileId)
+void handOver(RequestSession &session, const std::wstring &fileId)
 {
     session.run(L"VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|STRING| NAME=|FILE_ID| REPLACE=|YES|");
     session.run(L"VR_CMD=|LOCAL:OBJECT:STRING_SET_VALUE| NAME=|FILE_ID| VALUE=|" + fileId + L"|");
@@ -28,7 +28,7 @@ void handOver(ServerSession &session, const std::wstring &fileId)
 }
 
 /// The session stays open on the server for the page, unless no browser could be started.
-int openPage(ServerSession &session, const std::wstring &address)
+int openPage(RequestSession &session, const std::wstring &address)
 {
     VrpsGetMain()->cancelled = false;
     const bool started = VrpsRunBrowser(address.c_str());
@@ -50,7 +50,7 @@ int VrpsOpenPortal(ParameterMap &parameters, std::wstring &fileId)
     }
     VrpsSetMessageWindow(resource::messagesConnectingServer, -1);
     const ConnectionParameters connection = readServerParameters(parameters, L"PORTAL");
-    ServerSession session = logIn(connection);
+    RequestSession session = logIn(connection);
     if (!session.isOpen()) {
         return 1;
     }

@@ -2,10 +2,7 @@
 #include "vrp/server/server_error.h"
 
 #include "vrp/platform/text.h"
-
-#include <vrc.h>
-
-#include <cstddef>
+#include "vrp/server/library_call.h"
 
 namespace {
 
@@ -49,8 +46,5 @@ std::wstring errorInfoCommand(const wchar_t *field)
 
 std::wstring askErrorInfo(void *request, const wchar_t *field, int capacity)
 {
-    std::string answer(static_cast<std::size_t>(capacity), '\0');
-    VrCommand(request, wtoUTF8(errorInfoCommand(field)).c_str(), answer.data(), capacity, nullptr);
-    answer.back() = '\0';
-    return UTF8tow(answer.c_str());
+    return callLibrary(request, wtoUTF8(errorInfoCommand(field)), capacity, nullptr).text;
 }

@@ -3,11 +3,11 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 #include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"
 
-int failWith(ServerSession &session, const wchar_t *messageId)
+int failWith(RequestSession &session, const wchar_t *messageId)
 {
     session.close();
     if (!VrpsGetMain()->silent) {
@@ -17,7 +17,7 @@ int failWith(ServerSession &session, const wchar_t *messageId)
     return 1;
 }
 
-int endCancelled(ServerSession &session)
+int endCancelled(RequestSession &session)
 {
     session.close();
     if (!VrpsGetMain()->silent) {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-class ServerSession;
+class RequestSession;
 
 /// The ways in which a server operation ends early. Each closes the session, if there is one, tells the user
 /// unless the run is silent, closes the progress window and returns 1, the operation's result.
 
-int failWith(ServerSession &session, const wchar_t *messageId);
+int failWith(RequestSession &session, const wchar_t *messageId);
 
 /// The user has cancelled: an information box says so.
-int endCancelled(ServerSession &session);
+int endCancelled(RequestSession &session);
 
 /// Lets the progress window serve its cancel button; true when the user has pressed it.
 [[nodiscard]] bool cancelRequested();

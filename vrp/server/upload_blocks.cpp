@@ -20,14 +20,14 @@ int localFileSize(UploadJob &job, const std::wstring &name)
 }
 
 /// The server's files to receive the document. A failure shows when they are used.
-void createServerFiles(ServerSession &session)
+void createServerFiles(RequestSession &session)
 {
     session.run(L"VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|RECEIVED_FILE| REPLACE=|YES|");
     session.run(L"VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|RECEIVED_COMPRESSED_FILE| REPLACE=|YES|");
 }
 
 /// Copies one block out of the compressed file and appends it to the server's; ends at the first failure.
-bool sendBlock(ServerSession &session, int offset, int bytes)
+bool sendBlock(RequestSession &session, int offset, int bytes)
 {
     return session.run(L"VR_CMD=|LOCAL:OBJECT:COPY| NAME=|BLOCK_FILE| SNAME=|COMPRESSED_FILE| OFFSET=|" +
                        std::to_wstring(offset) + L"| NUM_BYTES=|" + std::to_wstring(bytes) + L"|") &&
@@ -37,7 +37,7 @@ bool sendBlock(ServerSession &session, int offset, int bytes)
 }
 
 /// The size of a file on the server: read into a server variable there and brought back as an object.
-int serverFileSize(ServerSession &session, const std::wstring &name)
+int serverFileSize(RequestSession &session, const std::wstring &name)
 {
     session.run(L"VR_CMD=|OBJECT:CREATE| TYPE=|INTEGER| NAME=|SERVER_FILE_SIZE| REPLACE=|YES|");
     session.run(L"VR_CMD=|OBJECT:FILE_GET_SIZE| NAME=|" + name + L"| VR_VAR=|SERVER_FILE_SIZE|");
@@ -59,7 +59,7 @@ BlockPlan planBlocks(int compressedBytes)
 
 bool compressDocument(UploadJob &job)
 {
-    ServerSession &session = job.session;
+    RequestSession &session = job.session;
     VrpsSetMessageWindow(resource::messagesSendingFile, 0);
     session.run(createLocalFile(L"SEND_FILE", L"-1", job.filePath));
     job.plainBytes = localFileSize(job, L"SEND_FILE");

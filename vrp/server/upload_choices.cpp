@@ -89,7 +89,7 @@ bool chooseService()
 bool chooseAmongServices(UploadJob &job)
 {
     fetchFromProfile(job, L"TUNNEL_SERVICES");
-    const int rows = ServerSession::entryCount(
+    const int rows = RequestSession::entryCount(
         job.session.ask(L"VR_CMD=|LOCAL:OBJECT:TABLE_GET_NUM_ROWS| NAME=|TUNNEL_SERVICES|"));
     if (rows == 0) {
         return failWithoutService(job);
@@ -121,7 +121,7 @@ bool readOfferedModes(UploadJob &job)
     main.printMode = printModeNone;
     fetchFromProfile(job, L"PRINTING_MODES");
     job.session.readStringList(L"PRINTING_MODES",
-                               [](const ServerSession::Answer &mode) { offerMode(keyword(mode.text)); });
+                               [](const RequestSession::Answer &mode) { offerMode(keyword(mode.text)); });
     if (main.standardModeOffered || main.asyncModeOffered || main.tunnelModeOffered) {
         return true;
     }

@@ -6,14 +6,14 @@
 namespace {
 
 /// Values stand between the bars as they are: nothing can be escaped.
-void describe(ServerSession &session, const std::wstring &key, const std::wstring &value)
+void describe(RequestSession &session, const std::wstring &key, const std::wstring &value)
 {
     session.run(L"VR_CMD=|LOCAL:OBJECT:INDSTRINGLIST_SET_VALUE| NAME=|FILE_INFO| KEY=|" + key + L"| VALUE=|" +
                 value + L"|");
 }
 
 /// In tunnel mode the mode is set twice, first to STANDARD; the second replaces the first, and both are kept.
-void describePrintMode(ServerSession &session)
+void describePrintMode(RequestSession &session)
 {
     const int mode = VrpsGetMain()->printMode;
     if (mode == printModeStandard || mode == printModeTunnel) {
@@ -31,7 +31,7 @@ void describePrintMode(ServerSession &session)
 
 void sendDescription(UploadJob &job)
 {
-    ServerSession &session = job.session;
+    RequestSession &session = job.session;
     session.run(L"VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|INDSTRINGLIST| NAME=|FILE_INFO| REPLACE=|YES|");
     describePrintMode(session);
     describe(session, L"PRINTER_NAME", job.printerName);

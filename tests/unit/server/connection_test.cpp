@@ -29,10 +29,9 @@ protected:
     /// Connects and expects a handle, which is closed.
     void connectSuccessfully(const std::wstring &loginArguments = {})
     {
-        const std::int64_t handle = connect(loginArguments);
-        ASSERT_NE(handle, connectionFailed);
-        ASSERT_NE(handle, connectionCancelled);
-        VrCloseRequest(reinterpret_cast<void *>(handle));
+        void *request = VrpsRequestOf(connect(loginArguments));
+        ASSERT_NE(request, nullptr);
+        VrCloseRequest(request);
     }
 
     static void storeProxy(const wchar_t *host, const wchar_t *port, bool perUser = true)

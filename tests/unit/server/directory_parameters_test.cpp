@@ -2,7 +2,7 @@
 #include "vrp/server/directory_parameters.h"
 
 #include "tests/support/ServerTest.h"
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 
 #include <utility>
 #include <vector>
@@ -288,9 +288,9 @@ TEST_F(Directory, entries_beyond_ten_thousand_are_ignored_and_logged)
 
 TEST_F(Directory, a_list_that_is_too_long_is_logged)
 {
-    EXPECT_EQ(ServerSession::entryCount({true, L"10000"}), 10000);
+    EXPECT_EQ(RequestSession::entryCount({true, L"10000"}), 10000);
     EXPECT_EQ(logText(), "");
-    EXPECT_EQ(ServerSession::entryCount({true, L"10001"}), 10000);
+    EXPECT_EQ(RequestSession::entryCount({true, L"10001"}), 10000);
     EXPECT_EQ(logText(), "The list has 10001 entries, only the first 10000 are read\n");
 }
 

@@ -7,16 +7,16 @@
 
 /// A connected request with the session that it opened on its server. The request is closed with this object;
 /// the session on the server ends only by close() or end().
-class ServerSession
+class RequestSession
 {
 public:
-    ServerSession() = default;
+    RequestSession() = default;
 
     /// Takes over a handle that VrpsConnectVarek has returned; a ConnectionOutcome gives no session.
-    explicit ServerSession(std::int64_t connection);
-    ServerSession(ServerSession &&other) noexcept;
-    ServerSession &operator=(ServerSession &&other) noexcept;
-    ~ServerSession();
+    explicit RequestSession(std::int64_t connection);
+    RequestSession(RequestSession &&other) noexcept;
+    RequestSession &operator=(RequestSession &&other) noexcept;
+    ~RequestSession();
 
     [[nodiscard]] bool isOpen() const { return m_request != nullptr; }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "vrp/server/ServerSession.h"
+#include "vrp/server/RequestSession.h"
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/server/command_channel.h"
@@ -17,69 +17,56 @@ constexpr int answerCapacity = 8192; // characters
 constexpr int errorDetailBytes = 2048;
 constexpr int maximumEntries = 10'000;
 
-void *requestOf(std::int64_t connection)
-{
-    switch (connection) {
-    case connectionFailed:
-    case connectionCancelled:
-    case connectionBadUser:
-    case connectionBadPassword:
-        return nullptr;
-    default:
-        return reinterpret_cast<void *>(static_cast<std::intptr_t>(connection));
-    }
-}
-
 } // namespace
 
-ServerSession::ServerSession(std::int64_t connection) : m_request(requestOf(connection))
+RequestSession::RequestSession(std::int64_t connection) : m_request(VrpsRequestOf(connection))
 {}
 
-ServerSession::ServerSession(ServerSession &&other) noexcept
+RequestSession::RequestSession(RequestSession &&other) noexcept
     : m_request(std::exchange(other.m_request, nullptr))
 {}
 
-ServerSession &ServerSession::operator=(ServerSession &&other) noexcept
+RequestSession &RequestSession::operator=(RequestSession &&other) noexcept
 {
     std::swap(m_request, other.m_request);
     return *this;
 }
 
-ServerSession::~ServerSession()
+RequestSession::~RequestSession()
 {
     release();
 }
 
-bool ServerSession::run(const std::wstring &command)
+bool RequestSession::run(const std::wstring &command)
 {
     return VrpsVrCommand(m_request, command, nullptr, 0, nullptr) == succeeded;
 }
 
-ServerSession::Answer ServerSession::ask(const std::wstring &command)
+RequestSession::Answer RequestSession::ask(const std::wstring &command)
 {
     wchar_t buffer[answerCapacity] = L"";
     const int status = VrpsVrCommand(m_request, command, buffer, answerCapacity, nullptr);
     return {status == succeeded, buffer};
 }
 
-std::wstring ServerSession::errorDetail(const wchar_t *field)
+std::wstring RequestSession::errorDetail(const wchar_t *field)
 {
     return keyword(askErrorInfo(m_request, field, errorDetailBytes));
 }
 
-void ServerSession::end()
+void RequestSession::end()
 {
     run(L"VR_CLOSE_SESSION=|YES|");
 }
 
-void ServerSession::release()
+void RequestSession::release()
 {
     if (m_request) {
         VrCloseRequest(std::exchange(m_request, nullptr));
     }
 }
 
-void ServerSession::close()
+void RequestSession::close()
 {
     if (m_request) {
         end();
@@ -87,7 +74,7 @@ void ServerSession::close()
     }
 }
 
-void ServerSession::readStringList(const std::wstring &name, const EntryReader &read)
+void RequestSession::readStringList(const std::wstring &name, const EntryReader &read)
 {
     const int count = entryCount(ask(L"VR_CMD=|LOCAL:OBJECT:STRINGLIST_GET_SIZE| NAME=|" + name + L"|"));
     for (int index = 1; index <= count; ++index) {
@@ -96,7 +83,7 @@ void ServerSession::readStringList(const std::wstring &name, const EntryReader &
     }
 }
 
-int ServerSession::entryCount(const Answer &answer)
+int RequestSession::entryCount(const Answer &answer)
 {
     const int count = decimalPrefix(answer.text);
     if (count > maximumEntries) {
