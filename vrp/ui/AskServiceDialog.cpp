@@ -53,8 +53,9 @@ void AskServiceDialog::addServices()
     m_services->setMinimumContentsLength(static_cast<int>(std::min(longest, widestService)));
 
     const auto last = std::find(run->services.begin(), run->services.end(), run->service);
-    if (last != run->services.end())
+    if (last != run->services.end()) {
         m_services->setCurrentIndex(static_cast<int>(last - run->services.begin()));
+    }
 }
 
 void AskServiceDialog::onOk()

@@ -101,10 +101,12 @@ void ConfigDialog::onOk()
     storeServers();
     storeSetting(L"CheckVersion", m_checkVersion->isChecked() ? QStringLiteral("yes") : QStringLiteral("no"),
                  true);
-    if (m_forgetIdentity->isChecked())
+    if (m_forgetIdentity->isChecked()) {
         forgetIdentity();
-    if (m_forgetProxyCredentials->isChecked())
+    }
+    if (m_forgetProxyCredentials->isChecked()) {
         forgetProxyCredentials();
+    }
     accept();
 }
 

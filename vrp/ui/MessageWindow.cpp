@@ -10,6 +10,8 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
@@ -29,6 +31,7 @@ constexpr int largestFontSize = 1000;
 constexpr int defaultFontSize = 20;
 constexpr int styleSheetCapacity = 799;
 constexpr int exposeWaitMs = 250;
+constexpr int steadyMs = 50;
 
 int configuredNumber(const wchar_t *id)
 {
@@ -100,10 +103,12 @@ void MessageWindow::applyFrame()
 {
     Qt::WindowFlags flags = Qt::Window | Qt::CustomizeWindowHint;
     flags &= ~Qt::WindowSystemMenuHint;
-    if (isYes(VrpsLoadConfigString(resource::messageWindowCaption)))
+    if (isYes(VrpsLoadConfigString(resource::messageWindowCaption))) {
         flags |= Qt::WindowTitleHint;
-    if (!isYes(VrpsLoadConfigString(resource::messageWindowBorder)))
+    }
+    if (!isYes(VrpsLoadConfigString(resource::messageWindowBorder))) {
         flags |= Qt::FramelessWindowHint;
+    }
     setWindowFlags(flags);
     setWindowTitle(resourceText(resource::messageWindowTitle));
 }
@@ -140,15 +145,17 @@ void MessageWindow::createTextLabel()
 
 void MessageWindow::createCancelButtons()
 {
-    if (!loadBitmap(&m_cancelPixmap, resource::messageWindowBitmapCancelFile, nullptr, nullptr))
+    if (!loadBitmap(&m_cancelPixmap, resource::messageWindowBitmapCancelFile, nullptr, nullptr)) {
         return;
+    }
     const QSize cancelSize = logicalSize(m_cancelPixmap);
     m_cancelButton = createBitmapButton(m_cancelPixmap, cancelSize);
     m_cancelButton->setObjectName(QStringLiteral("cancelButton"));
     connect(m_cancelButton, &QPushButton::clicked, this, &MessageWindow::onCancel);
 
-    if (!loadBitmap(&m_pressedCancelPixmap, resource::messageWindowBitmapCancelSFile, nullptr, nullptr))
+    if (!loadBitmap(&m_pressedCancelPixmap, resource::messageWindowBitmapCancelSFile, nullptr, nullptr)) {
         return;
+    }
     // The icon takes the height of the other picture on purpose: the two are meant to be of one size.
     const QSize mixedSize(logicalSize(m_pressedCancelPixmap).width(), cancelSize.height());
     m_pressedCancelButton = createBitmapButton(m_pressedCancelPixmap, mixedSize);
@@ -181,13 +188,16 @@ QPixmap *MessageWindow::loadBitmap(QPixmap *pixmap, const wchar_t *fileId, const
                                    QPainter *painter)
 {
     const QString file = resourceText(fileId).trimmed();
-    if (file.isEmpty())
+    if (file.isEmpty()) {
         return nullptr;
+    }
     const QString folder = QString::fromStdWString(VrpsGetMain()->programDir);
-    if (pixmap->isNull() && !pixmap->load(folder + QLatin1Char('/') + file))
+    if (pixmap->isNull() && !pixmap->load(folder + QLatin1Char('/') + file)) {
         return nullptr;
-    if (painter)
+    }
+    if (painter) {
         painter->drawPixmap(configuredPosition(positionId), *pixmap);
+    }
     return pixmap;
 }
 
@@ -204,8 +214,9 @@ void MessageWindow::paintEvent(QPaintEvent *)
 
 void MessageWindow::setVisible(bool visible)
 {
-    if (visible && !isVisible())
+    if (visible && !isVisible()) {
         placeVisibly(*this);
+    }
     QMainWindow::setVisible(visible);
 }
 
@@ -234,13 +245,39 @@ void MessageWindow::repaintText()
 /// nobody looks at an empty frame during the server call that follows.
 void MessageWindow::showPainted()
 {
-    if (isVisible())
+    if (isVisible()) {
         return;
+    }
     show();
+    // An X11 window manager that is still busy with the hiding just before takes the window off the screen
+    // once more, or leaves it off: only a window that stays on the screen for a while has been shown again.
+    const bool shownAgain = m_shownBefore && QGuiApplication::platformName() == QLatin1String("xcb");
+    m_shownBefore = true;
+    if (!waitUntilExposed(shownAgain ? steadyMs : 0) && shownAgain) {
+        hide();
+        show();
+    }
+}
+
+/// Waits, with a limit, until the window has been on the screen for `forMs`.
+bool MessageWindow::waitUntilExposed(int forMs) const
+{
     const QDeadlineTimer deadline(exposeWaitMs);
-    while (!windowHandle()->isExposed() && !deadline.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents,
-                                        static_cast<int>(deadline.remainingTime()));
+    QTimer tick; // so that the waiting below ends now and then
+    tick.start(10);
+    QElapsedTimer exposed;
+    while (!exposed.isValid() || exposed.elapsed() < forMs) {
+        if (deadline.hasExpired()) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::WaitForMoreEvents);
+        if (!windowHandle()->isExposed()) {
+            exposed.invalidate();
+        } else if (!exposed.isValid()) {
+            exposed.start();
+        }
+    }
+    return true;
 }
 
 void MessageWindow::setOnTop()

@@ -61,6 +61,7 @@ private:
     QPushButton *createBitmapButton(const QPixmap &pixmap, QSize iconSize);
     void fitTextLabel();
     void showPainted();
+    [[nodiscard]] bool waitUntilExposed(int forMs) const;
 
     QLabel *m_textLabel = nullptr;
     QPushButton *m_cancelButton = nullptr; ///< null without a cancel bitmap
@@ -71,4 +72,5 @@ private:
     QPixmap m_bitmap3;
     QPixmap m_cancelPixmap;
     QPixmap m_pressedCancelPixmap;
+    bool m_shownBefore = false;
 };

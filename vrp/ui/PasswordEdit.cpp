@@ -21,17 +21,19 @@ public:
 
     [[nodiscard]] QString text(QAccessible::Text kind) const override
     {
-        if (kind == QAccessible::Value)
+        if (kind == QAccessible::Value) {
             return QString(static_cast<QLineEdit *>(object())->text().size(), QLatin1Char('*'));
+        }
         return QAccessibleWidget::text(kind);
     }
 
     void setText(QAccessible::Text kind, const QString &text) override
     {
-        if (kind == QAccessible::Value)
+        if (kind == QAccessible::Value) {
             static_cast<QLineEdit *>(object())->setText(text);
-        else
+        } else {
             QAccessibleWidget::setText(kind, text);
+        }
     }
 };
 

@@ -59,8 +59,9 @@ void PromptDialog::fitTexts()
         room.setHeight(std::max(room.height(), m_column->totalHeightForWidth(room.width())));
     }
     setMinimumSize(least);
-    if (!testAttribute(Qt::WA_Resized))
+    if (!testAttribute(Qt::WA_Resized)) {
         resize(room);
+    }
 }
 
 QLabel *PromptDialog::newLabel(const QString &text, const char *name)
@@ -135,6 +136,7 @@ void PromptDialog::onCancel()
 void PromptDialog::onHelp()
 {
     const std::wstring address = helpAddress(m_helpTopic);
-    if (!address.empty())
+    if (!address.empty()) {
         VrpsRunBrowser(address.c_str());
+    }
 }

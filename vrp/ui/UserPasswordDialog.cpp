@@ -26,8 +26,9 @@ void UserPasswordDialog::createDialog()
     const QString disableMark = QStringLiteral("(disable)");
     QString keepText = resourceText(resource::dlgIdentKeepIdentText);
     const bool keepingForbidden = keepText.endsWith(disableMark);
-    if (keepingForbidden)
+    if (keepingForbidden) {
         keepText.chop(disableMark.size());
+    }
     m_keepPassword = addCheckBox(keepText, "keepPasswordBox");
     m_keepPassword->setDisabled(keepingForbidden);
 
@@ -44,7 +45,8 @@ void UserPasswordDialog::onOk()
     run->password.clear();
     VrpsSetIdentPasswordToRegistry();
     run->password = QString2StdWString(m_password->text());
-    if (m_keepPassword->isChecked())
+    if (m_keepPassword->isChecked()) {
         VrpsSetIdentPasswordToRegistry();
+    }
     accept();
 }

@@ -15,8 +15,9 @@ int VrpsGetIdentPassword()
         run->password.clear();
         VrpsSetIdentPasswordToRegistry();
         UserPasswordDialog dialog;
-        if (runModally(dialog) != 0)
+        if (runModally(dialog) != 0) {
             return 1;
+        }
     }
     return 0;
 }

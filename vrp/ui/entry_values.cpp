@@ -16,8 +16,9 @@ constexpr std::size_t longestFontFamily = 500;
 bool takeNumber(std::wstring_view &text, int &number)
 {
     const std::size_t comma = text.find(L',');
-    if (comma == std::wstring_view::npos)
+    if (comma == std::wstring_view::npos) {
         return false;
+    }
     number = decimalPrefix(text.substr(0, comma));
     text.remove_prefix(comma + 1);
     return true;
@@ -41,8 +42,9 @@ bool isPlainFamily(std::wstring_view family)
     for (const wchar_t c : family) {
         const bool wordBegins = previous == L' ' || previous == L',';
         const bool inner = c == L' ' || c == L',' || c == L'-' || (c >= L'0' && c <= L'9');
-        if (!isAsciiLetter(c) && (!inner || (wordBegins && c != L' ')))
+        if (!isAsciiLetter(c) && (!inner || (wordBegins && c != L' '))) {
             return false;
+        }
         previous = c;
     }
     return previous != L',';
@@ -58,17 +60,20 @@ bool isQuotable(wchar_t c)
 
 void parseColor(std::wstring_view text, int &r, int &g, int &b)
 {
-    if (takeNumber(text, r))
+    if (takeNumber(text, r)) {
         r = colorComponent(r);
-    if (takeNumber(text, g))
+    }
+    if (takeNumber(text, g)) {
         g = colorComponent(g);
+    }
     b = colorComponent(decimalPrefix(text));
 }
 
 void parsePosition(std::wstring_view text, int &x, int &y)
 {
-    if (takeNumber(text, x))
+    if (takeNumber(text, x)) {
         x = std::max(x, 0);
+    }
     y = std::max(decimalPrefix(text), 0);
 }
 
@@ -82,10 +87,12 @@ bool isYes(const std::wstring &text)
 std::wstring styleSheetFontFamily(std::wstring_view family)
 {
     family = family.substr(0, longestFontFamily);
-    if (family.empty())
+    if (family.empty()) {
         return L"Arial";
-    if (isPlainFamily(family))
+    }
+    if (isPlainFamily(family)) {
         return std::wstring(family);
+    }
     std::wstring quoted = L"\"";
     std::copy_if(family.begin(), family.end(), std::back_inserter(quoted), isQuotable);
     return quoted + L'"';

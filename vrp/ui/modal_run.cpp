@@ -9,8 +9,9 @@
 int runModally(QDialog &dialog)
 {
     VrpsSetMessageWindowOnTop();
-    if (dialog.exec() == QDialog::Accepted)
+    if (dialog.exec() == QDialog::Accepted) {
         return 0;
+    }
     VrpsGetMain()->log.WriteLn(L"User canceled the operation");
     return 1;
 }

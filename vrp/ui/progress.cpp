@@ -15,10 +15,12 @@ void VrpsSetMessageWindow(const wchar_t *id, int number)
     std::wstring &text = VrpsGetMain()->messageText;
     text = VrpsLoadConfigString(id);
     const std::size_t mark = text.find(numberMark);
-    if (number != -1 && mark != std::wstring::npos)
+    if (number != -1 && mark != std::wstring::npos) {
         text.replace(mark, numberMark.size(), std::to_wstring(number));
-    if (MessageWindow *window = VrpsGetMain()->messageWindow)
+    }
+    if (MessageWindow *window = VrpsGetMain()->messageWindow) {
         window->setTextMessage(text.c_str());
+    }
 }
 
 void RefreshMessageWindow()
@@ -29,8 +31,9 @@ void RefreshMessageWindow()
 
 void HideMessageWindow()
 {
-    if (MessageWindow *window = VrpsGetMain()->messageWindow)
+    if (MessageWindow *window = VrpsGetMain()->messageWindow) {
         window->hide();
+    }
 }
 
 void CloseMessageWindow()
@@ -40,8 +43,9 @@ void CloseMessageWindow()
 
 void VrpsSetMessageWindowOnTop()
 {
-    if (MessageWindow *window = VrpsGetMain()->messageWindow)
+    if (MessageWindow *window = VrpsGetMain()->messageWindow) {
         window->setOnTop();
+    }
 }
 
 void UpdateMessageWindow()

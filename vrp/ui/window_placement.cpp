@@ -7,6 +7,7 @@
 #include <QWidget>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -19,10 +20,10 @@ QPoint positionInside(const QRect &area, QPoint wanted, QSize window)
     return {std::clamp(wanted.x(), area.left(), right), std::clamp(wanted.y(), area.top(), bottom)};
 }
 
-/// In 64 bits: configured positions reach up to the largest integer.
-qint64 distance(QPoint a, QPoint b)
+double distance(QPoint a, QPoint b)
 {
-    return std::max(std::abs(qint64{a.x()} - b.x()), std::abs(qint64{a.y()} - b.y()));
+    const QPointF way = QPointF(a) - QPointF(b);
+    return std::hypot(way.x(), way.y());
 }
 
 /// As QRect::intersects, without its overflow beside the largest integer.
@@ -33,6 +34,22 @@ bool titleIsOn(const QRect &screen, QPoint position, QSize title)
            qint64{position.y()} + title.height() > screen.top();
 }
 
+int titleHeight(const QWidget &window)
+{
+    return window.style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, &window);
+}
+
+/// What the frame will add to the size of a window. A window manager says so only once it has put the frame
+/// around the window, so the style's measures for windows inside a window stand in.
+QSize frameSize(const QWidget &window)
+{
+    if (window.windowFlags().testFlag(Qt::FramelessWindowHint)) {
+        return {0, 0};
+    }
+    const int border = window.style()->pixelMetric(QStyle::PM_MdiSubWindowFrameWidth, nullptr, &window);
+    return {2 * border, titleHeight(window) + border};
+}
+
 } // namespace
 
 QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window, const QList<ScreenArea> &screens)
@@ -40,13 +57,15 @@ QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window, const QList
     const auto showsTitle = [&](const ScreenArea &screen) {
         return titleIsOn(screen.whole, wanted, titleArea);
     };
-    if (screens.isEmpty() || std::any_of(screens.begin(), screens.end(), showsTitle))
+    if (screens.isEmpty() || std::any_of(screens.begin(), screens.end(), showsTitle)) {
         return wanted;
+    }
     QPoint nearest = positionInside(screens.first().usable, wanted, window);
     for (const ScreenArea &screen : screens) {
         const QPoint candidate = positionInside(screen.usable, wanted, window);
-        if (distance(candidate, wanted) < distance(nearest, wanted))
+        if (distance(candidate, wanted) < distance(nearest, wanted)) {
             nearest = candidate;
+        }
     }
     return nearest;
 }
@@ -54,12 +73,13 @@ QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window, const QList
 void placeVisibly(QWidget &window)
 {
     QList<ScreenArea> screens;
-    for (const QScreen *screen : QGuiApplication::screens())
+    for (const QScreen *screen : QGuiApplication::screens()) {
         screens.append({screen->geometry(), screen->availableGeometry()});
-    // The frame is known only once a window manager has put it around the window.
-    const int titleHeight = window.style()->pixelMetric(QStyle::PM_TitleBarHeight, nullptr, &window);
-    const QPoint position =
-        visiblePosition(window.pos(), {window.width(), titleHeight}, window.frameGeometry().size(), screens);
-    if (position != window.pos())
+    }
+    const QSize frame = frameSize(window);
+    const QSize title(window.width(), std::max(frame.height(), titleHeight(window)));
+    const QPoint position = visiblePosition(window.pos(), title, window.size() + frame, screens);
+    if (position != window.pos()) {
         window.move(position);
+    }
 }

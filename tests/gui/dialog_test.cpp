@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include "tests/gui/dialog_test.h"
+
+#include <QAccessible>
+#include <QLayout>
+
+QString DialogTest::shownText(const QWidget &dialog, const char *widget)
+{
+    if (qstrcmp(widget, "title") == 0) {
+        return dialog.windowTitle();
+    }
+    return child<QWidget>(dialog, widget).property("text").toString();
+}
+
+void DialogTest::expectFrame(const QDialog &dialog, const char *defaultButton)
+{
+    EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::CustomizeWindowHint));
+    EXPECT_TRUE(dialog.windowFlags().testFlag(Qt::WindowTitleHint));
+    EXPECT_FALSE(dialog.windowFlags().testFlag(Qt::WindowSystemMenuHint));
+    EXPECT_FALSE(dialog.windowFlags().testFlag(Qt::WindowCloseButtonHint));
+    EXPECT_EQ(dialog.pos(), QPoint(20, 20));
+    for (const QPushButton *each : dialog.findChildren<QPushButton *>()) {
+        EXPECT_FALSE(each->autoDefault());
+        EXPECT_EQ(each->isDefault(), each->objectName() == QLatin1String(defaultButton));
+    }
+    for (const QLabel *label : dialog.findChildren<QLabel *>()) {
+        EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    }
+    for (QWidget *widget : dialog.findChildren<QWidget *>()) {
+        if (widget->focusPolicy() != Qt::NoFocus && !widget->objectName().startsWith(QLatin1String("qt_"))) {
+            EXPECT_FALSE(QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty())
+                << qPrintable(widget->objectName());
+        }
+    }
+}
+
+std::vector<std::string> DialogTest::tabOrder(QDialog &dialog)
+{
+    std::vector<std::string> names;
+    const QWidget *first = dialog.focusWidget();
+    do {
+        names.push_back(dialog.focusWidget()->objectName().toStdString());
+        QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
+    } while (dialog.focusWidget() != first && names.size() < 20);
+    return names;
+}
+
+void DialogTest::expectNothingCut(const QDialog &dialog)
+{
+    const QRect inside = dialog.rect();
+    for (const QWidget *widget : dialog.findChildren<QWidget *>()) {
+        const auto *label = qobject_cast<const QLabel *>(widget);
+        const bool showsText = label || qobject_cast<const QAbstractButton *>(widget);
+        if (!showsText || widget->isHidden()) {
+            continue;
+        }
+        const int height = label && label->wordWrap() ? label->heightForWidth(label->width())
+                                                      : widget->minimumSizeHint().height();
+        const std::string name = widget->objectName().toStdString();
+        EXPECT_GE(widget->height(), height) << name;
+        EXPECT_GE(widget->width(), widget->minimumSizeHint().width()) << name;
+        EXPECT_TRUE(inside.contains(QRect(widget->mapTo(&dialog, QPoint()), widget->size()))) << name;
+    }
+}
