@@ -150,7 +150,7 @@ TEST_F(IdentifierDialog, ends_the_send_when_it_is_cancelled_and_clears_the_store
         const PreparedAnswers answers({answer});
         EXPECT_EQ(VrpsGetIdentPassword(), 1);
         EXPECT_TRUE(loggedText().endsWith(QStringLiteral("User canceled the operation\r\n")));
-        EXPECT_EQ(VrpsDecryptPassword(userSetting(L"Password").c_str()), L"");
+        EXPECT_EQ(VrpsDecryptPassword(userSetting(L"Password")), L"");
         EXPECT_EQ(m_run->password, L"");
     }
 }
@@ -258,7 +258,7 @@ TEST_F(ProxyDialog, clears_the_login_password_and_the_stored_proxy_password_befo
     const PreparedAnswers answers({[&](QWidget &dialog) {
         EXPECT_EQ(m_run->password, L"");
         EXPECT_EQ(m_run->proxyPassword, L"old");
-        EXPECT_EQ(VrpsDecryptPassword(userSetting(L"ProxyPassword").c_str()), L"");
+        EXPECT_EQ(VrpsDecryptPassword(userSetting(L"ProxyPassword")), L"");
         EXPECT_EQ(child<QLineEdit>(dialog, "userEdit").text(), QStringLiteral("bob"));
         EXPECT_EQ(child<QLineEdit>(dialog, "passwordEdit").text(), QString());
         EXPECT_FALSE(child<QCheckBox>(dialog, "keepPasswordBox").isChecked());
@@ -284,7 +284,7 @@ TEST_F(ProxyDialog, stores_the_password_only_when_it_is_to_be_kept)
         EXPECT_EQ(m_run->proxyPassword, L"pw");
         EXPECT_EQ(m_run->saveProxyPassword, keep);
         EXPECT_EQ(userSetting(L"ProxyUser"), L"bob");
-        EXPECT_EQ(VrpsDecryptPassword(userSetting(L"ProxyPassword").c_str()), keep ? L"pw" : L"");
+        EXPECT_EQ(VrpsDecryptPassword(userSetting(L"ProxyPassword")), keep ? L"pw" : L"");
         EXPECT_EQ(userSetting(L"ProxyServer"), L"(absent)") << "server and port are left alone";
     }
 }

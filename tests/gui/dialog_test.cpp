@@ -26,8 +26,8 @@ void DialogTest::expectFrame(const QDialog &dialog, const char *defaultButton)
     for (const QLabel *label : dialog.findChildren<QLabel *>()) {
         EXPECT_EQ(label->textFormat(), Qt::PlainText);
     }
-    for (QWidget *widget : dialog.findChildren<QWidget *>()) {
-        if (widget->focusPolicy() != Qt::NoFocus && !widget->objectName().startsWith(QLatin1String("qt_"))) {
+    for (QWidget *widget : dialog.findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
+        if (widget->focusPolicy() != Qt::NoFocus) {
             EXPECT_FALSE(QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty())
                 << qPrintable(widget->objectName());
         }

@@ -12,6 +12,8 @@
 #include <QRadioButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 PrintModeDialog::PrintModeDialog() : PromptDialog(resource::dlgPrintModeTitle, resource::dlgPrintModePosition)
 {
     createDialog();
@@ -21,20 +23,25 @@ void PrintModeDialog::createDialog()
 {
     const VrpMain *run = VrpsGetMain();
     setMinimumSize(470, 260);
+    // The least widths of the two columns leave 20 pixels of it.
+    const QMargins margins = column()->contentsMargins();
+    column()->setContentsMargins(7, margins.top(), 7, margins.bottom());
     column()->addWidget(newLabel(resourceText(resource::dlgPrintModeChooseText), "headingLabel"));
     column()->addSpacing(20);
 
     auto *rows = new QGridLayout;
+    rows->setHorizontalSpacing(6);
     rows->setColumnStretch(1, 1);
-    m_standard = addMode(rows, resource::dlgPrintModeStandard, resource::dlgPrintModeStandardText,
+    m_standard = addMode(rows,
+                         {resource::dlgPrintModeStandard, resource::dlgPrintModeStandardText,
+                          "standardButton", "standardLabel"},
                          run->standardModeOffered);
-    m_async =
-        addMode(rows, resource::dlgPrintModeAsync, resource::dlgPrintModeAsyncText, run->asyncModeOffered);
-    m_tunnel =
-        addMode(rows, resource::dlgPrintModeTunnel, resource::dlgPrintModeTunnelText, run->tunnelModeOffered);
-    m_standard->setObjectName(QStringLiteral("standardButton"));
-    m_async->setObjectName(QStringLiteral("asyncButton"));
-    m_tunnel->setObjectName(QStringLiteral("tunnelButton"));
+    m_async = addMode(
+        rows, {resource::dlgPrintModeAsync, resource::dlgPrintModeAsyncText, "asyncButton", "asyncLabel"},
+        run->asyncModeOffered);
+    m_tunnel = addMode(
+        rows, {resource::dlgPrintModeTunnel, resource::dlgPrintModeTunnelText, "tunnelButton", "tunnelLabel"},
+        run->tunnelModeOffered);
     column()->addLayout(rows);
 
     addButtons({resource::dlgPrintModeCancelText, resource::dlgPrintModeOkText,
@@ -49,14 +56,15 @@ void PrintModeDialog::createDialog()
 }
 
 /// One row: the mode's button and its description beside it.
-QRadioButton *PrintModeDialog::addMode(QGridLayout *rows, const wchar_t *nameId, const wchar_t *descriptionId,
-                                       bool offered)
+QRadioButton *PrintModeDialog::addMode(QGridLayout *rows, const Mode &mode, bool offered)
 {
-    auto *button = new QRadioButton(resourceText(nameId), this);
-    button->setMinimumWidth(150);
+    auto *button = new QRadioButton(resourceText(mode.nameId), this);
+    button->setObjectName(QLatin1String(mode.buttonName));
+    button->ensurePolished();
+    button->setMinimumWidth(std::max(150, button->minimumSizeHint().width()));
     button->setEnabled(offered);
 
-    QLabel *description = newLabel(resourceText(descriptionId), "descriptionLabel");
+    QLabel *description = newLabel(resourceText(mode.descriptionId), mode.labelName);
     description->setWordWrap(true);
     description->setMinimumSize(300, 50);
     description->setBuddy(button);

@@ -20,8 +20,17 @@ protected Q_SLOTS:
 
 private:
     void createDialog();
-    QRadioButton *addMode(QGridLayout *rows, const wchar_t *nameId, const wchar_t *descriptionId,
-                          bool offered);
+
+    /// What one mode is shown by: resource identifiers and names of its button and its description.
+    struct Mode
+    {
+        const wchar_t *nameId;
+        const wchar_t *descriptionId;
+        const char *buttonName;
+        const char *labelName;
+    };
+
+    QRadioButton *addMode(QGridLayout *rows, const Mode &mode, bool offered);
 
     QRadioButton *m_standard = nullptr;
     QRadioButton *m_async = nullptr;
