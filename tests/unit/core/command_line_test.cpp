@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/command_line.h"
 
+#include "tests/support/ArgumentVector.h"
 #include "tests/support/fresh_main.h"
 #include "tests/support/settings_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 namespace {
 
@@ -19,26 +20,18 @@ Words split(const std::wstring &line)
     return words;
 }
 
-std::wstring join(std::vector<std::string> arguments)
+/// The re-joined command line of a program "vrp" with these arguments.
+std::wstring join(const std::vector<std::string> &arguments)
 {
-    std::vector<char *> argv;
-    for (std::string &argument : arguments) {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-    return VrpsGetCommandLine(static_cast<int>(arguments.size()), argv.data());
+    ArgumentVector argv("vrp", arguments);
+    return VrpsGetCommandLine(argv.count(), argv.data());
 }
 
 /// Initialises the application object as the program does with these arguments.
-void init(std::vector<std::string> arguments)
+void init(const std::vector<std::string> &arguments)
 {
-    arguments.insert(arguments.begin(), "/opt/varek/bin/vrp");
-    std::vector<char *> argv;
-    for (std::string &argument : arguments) {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-    VrpsGetMain()->Init(static_cast<int>(arguments.size()), argv.data());
+    ArgumentVector argv("/opt/varek/bin/vrp", arguments);
+    VrpsGetMain()->Init(argv.count(), argv.data());
 }
 
 struct SplitCase
@@ -88,24 +81,24 @@ TEST(CommandLine, splitting_nothing_gives_nothing)
 
 TEST(CommandLine, every_argument_is_joined_in_quotes_with_single_spaces)
 {
-    EXPECT_EQ(join({"vrp", "-p", "Front desk", ""}), LR"("vrp" "-p" "Front desk" "")");
+    EXPECT_EQ(join({"-p", "Front desk", ""}), LR"("vrp" "-p" "Front desk" "")");
 }
 
 TEST(CommandLine, arguments_survive_joining_and_splitting)
 {
     const Words words{L"vrp", L"-f", L"/tmp/a document.pdf", L"", L"tab\there", L"Büro €"};
-    EXPECT_EQ(split(join({"vrp", "-f", "/tmp/a document.pdf", "", "tab\there", "Büro €"})), words);
+    EXPECT_EQ(split(join({"-f", "/tmp/a document.pdf", "", "tab\there", "Büro €"})), words);
 }
 
 TEST(CommandLine, a_double_quote_inside_an_argument_toggles_the_quoting)
 {
     const Words words{L"vrp", LR"(a"b" "c"d)", L"end"};
-    EXPECT_EQ(split(join({"vrp", "a\"b", "c\"d", "end"})), words);
+    EXPECT_EQ(split(join({"a\"b", "c\"d", "end"})), words);
 }
 
 TEST(CommandLine, invalid_utf8_is_replaced_and_the_rest_arrives)
 {
-    const Words words = split(join({"vrp", "a\xff\xfe z", "next"}));
+    const Words words = split(join({"a\xff\xfe z", "next"}));
     ASSERT_EQ(words.size(), 3U);
     EXPECT_EQ(words[1].front(), L'a');
     EXPECT_EQ(words[1].back(), L'z');
@@ -114,7 +107,7 @@ TEST(CommandLine, invalid_utf8_is_replaced_and_the_rest_arrives)
 
 TEST(CommandLine, five_thousand_arguments_arrive)
 {
-    std::vector<std::string> arguments(5000, "word");
+    const std::vector<std::string> arguments(4999, "word");
     const Words words = split(join(arguments));
     EXPECT_EQ(words.size(), 5000U);
     EXPECT_EQ(words.back(), L"word");
@@ -122,25 +115,25 @@ TEST(CommandLine, five_thousand_arguments_arrive)
 
 TEST(CommandLine, an_argument_of_a_megabyte_arrives)
 {
-    const Words words = split(join({"vrp", std::string(1'000'000, 'x'), "end"}));
+    const Words words = split(join({std::string(1'000'000, 'x'), "end"}));
     ASSERT_EQ(words.size(), 3U);
     EXPECT_EQ(words[1], std::wstring(1'000'000, L'x'));
 }
 
 TEST(CommandLine, splitting_a_line_of_many_short_words_takes_linear_time)
 {
-    const auto duration = [](std::size_t pairs) {
+    const auto processorTime = [](std::size_t pairs) {
         std::wstring line;
         for (std::size_t i = 0; i < pairs; ++i) {
             line += L"\" ";
         }
-        const auto start = std::chrono::steady_clock::now();
+        const std::clock_t start = std::clock();
         EXPECT_EQ(split(line).size(), pairs / 2);
-        return std::chrono::steady_clock::now() - start;
+        return std::clock() - start;
     };
-    const auto small = duration(50'000) + std::chrono::milliseconds(1);
+    const std::clock_t small = processorTime(50'000) + CLOCKS_PER_SEC / 1000;
     // Twenty times the text: a quadratic splitter would take four hundred times as long.
-    EXPECT_LT(duration(1'000'000), small * 150);
+    EXPECT_LT(processorTime(1'000'000), small * 150);
 }
 
 struct FolderCase
@@ -253,9 +246,8 @@ TEST_F(Options, the_value_of_an_option_is_no_option_itself)
 
 TEST_F(Options, the_program_path_is_no_option)
 {
-    std::string program = "-s";
-    std::vector<char *> argv{program.data(), nullptr};
-    m_main->Init(1, argv.data());
+    ArgumentVector argv("-s", {});
+    m_main->Init(argv.count(), argv.data());
     EXPECT_FALSE(m_main->silent);
     EXPECT_EQ(m_main->arguments, Words{L"-s"});
 }

@@ -215,7 +215,7 @@ int exitStatus(pid_t process)
 
 TEST_F(SettingsStore, two_processes_that_write_at_once_lose_nothing_and_are_never_seen_half_way)
 {
-    constexpr int count = 100;
+    constexpr int count = 50;
     VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", L"kept", true);
     const auto writer = [](const std::wstring &prefix) {
         for (int i = 0; i < count; ++i) {
