@@ -3,7 +3,7 @@
 #include "vrp/platform/system.h"
 #include "vrp/platform/text.h"
 #include "vrp/server/command_channel.h"
-#include "vrp/server/connection_string.h"
+#include "vrp/server/connection_text.h"
 #include "vrp/server/masking.h"
 #include "vrp/server/proxy_fallback.h"
 #include "vrp/server/server_error.h"

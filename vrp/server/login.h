@@ -2,7 +2,7 @@
 #pragma once
 
 #include "vrp/server/RequestSession.h"
-#include "vrp/server/connection_string.h"
+#include "vrp/server/connection_text.h"
 #include "vrp/server/directory_parameters.h"
 
 #include <string>

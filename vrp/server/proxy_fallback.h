@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "vrp/server/connection_string.h"
+#include "vrp/server/connection_text.h"
 
 #include <string>
 #include <utility>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "vrp/server/connection_string.h"
+#include "vrp/server/connection_text.h"
 
 #include <gtest/gtest.h>
 
