@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+using Variables = std::map<std::string, std::string>;
+
+/// The program under test as a process of its own. It never outlives the object.
+class RunningProgram
+{
+public:
+    /// Starts the program with arguments of any bytes, a working directory that also takes what it prints,
+    /// and changes to the environment: an empty value removes a variable.
+    RunningProgram(const std::vector<std::string> &arguments, const std::string &folder,
+                   const Variables &variables);
+    ~RunningProgram();
+    RunningProgram(const RunningProgram &) = delete;
+    RunningProgram &operator=(const RunningProgram &) = delete;
+
+    [[nodiscard]] pid_t id() const { return m_process; }
+
+    /// The exit status; 128 plus the signal that ended it; -1 when it did not end in time.
+    [[nodiscard]] int exitStatus();
+
+    /// What it wrote to standard output and standard error so far.
+    [[nodiscard]] std::string output() const;
+
+    /// The number of its visible window of that title, as the window system knows it; empty when none
+    /// appeared in time or the program ended.
+    [[nodiscard]] std::string window(const std::string &title) const;
+
+    /// Gives a window the keyboard and presses a key, named as in the X key table.
+    void press(const std::string &window, const std::string &key) const;
+
+    /// Asks a window to close, as its frame does.
+    void close(const std::string &window) const;
+
+private:
+    [[nodiscard]] bool hasEnded(std::chrono::milliseconds limit) const;
+
+    std::string m_outputFile;
+    pid_t m_process = -1;
+    int m_status = -1;
+};
