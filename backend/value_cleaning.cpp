@@ -109,7 +109,7 @@ std::string cleanValue(std::string_view value)
             continue;
         }
         if (clean.empty() && bytes == "-") {
-            clean = " ";
+            clean += ' ';
         }
         if (clean.size() + bytes.size() > maxValueBytes) {
             break;
