@@ -26,6 +26,8 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_PREFIX /)
 set(CPACK_VERBATIM_VARIABLES ON)
+# Packing what was built does not build the tests once more.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 if(APPLE)
   include(${varek_packaging}/PackagingMacos.cmake)

@@ -67,6 +67,7 @@ endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_SET_DESTDIR ON)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "virtual printer whose settings are chosen in a portal")
 set(CPACK_COMPONENTS_ALL print)
 if(TARGET vrserver)
   list(APPEND CPACK_COMPONENTS_ALL server)
@@ -83,20 +84,18 @@ set(CPACK_DEBIAN_PRINT_PACKAGE_NAME varek-print)
 set(CPACK_DEBIAN_PRINT_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PRINT_PACKAGE_DEPENDS "cups-daemon, cups-client, cups-filters")
 set(CPACK_DEBIAN_PRINT_PACKAGE_RECOMMENDS "libnotify-bin, xdg-utils")
-set(CPACK_DEBIAN_PRINT_DESCRIPTION "virtual printer that sends documents to a print server
- Varek Print adds a printer queue. A document printed to it goes to a print
- server, whose portal opens in the browser: copies, paper, colour, duplex and
- stapling are chosen there.
- .
- This package holds the program, its CUPS backend and the agent that sends
- documents from the user's desktop session.")
-set(CPACK_COMPONENT_PRINT_DESCRIPTION ${CPACK_DEBIAN_PRINT_DESCRIPTION})
+set(CPACK_COMPONENT_PRINT_DESCRIPTION "Varek Print adds a printer queue. A document printed to it goes to a print
+server, whose portal opens in the browser: copies, paper, colour, duplex and
+stapling are chosen there.
+.
+This package holds the program, its CUPS backend and the agent that sends
+documents from the user's desktop session.")
 set(CPACK_DEBIAN_PRINT_PACKAGE_CONTROL_EXTRA
   ${varek_packaging}/debian/postinst ${varek_packaging}/debian/prerm ${varek_packaging}/debian/postrm
   ${varek_packaging}/debian/conffiles)
 
 set(CPACK_DEBIAN_SERVER_PACKAGE_NAME varek-server)
 set(CPACK_DEBIAN_SERVER_PACKAGE_SECTION net)
-set(CPACK_COMPONENT_SERVER_DESCRIPTION "reference application server for the Varek printer
- The directory, upload and portal services of Varek Print for one machine: what
- the clients of the package varek-print connect to.")
+set(CPACK_COMPONENT_SERVER_DESCRIPTION "This package holds the reference application server: the directory, upload and
+portal services for one machine, to which the clients of the package
+varek-print connect.")

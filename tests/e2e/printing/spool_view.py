@@ -72,20 +72,30 @@ def print_as(user, *arguments, check=True):
     return int(number.group(1)) if number else None
 
 
-def job_attribute(job, name):
-    """An attribute of a job as cupsd tells it to root."""
+def _attribute(operation, target, name):
     request = """{
-    OPERATION Get-Job-Attributes
+    OPERATION %s
     GROUP operation-attributes-tag
     ATTR charset attributes-charset utf-8
     ATTR naturalLanguage attributes-natural-language en
-    ATTR uri job-uri ipp://localhost/jobs/%d
+    ATTR uri %s
     ATTR name requesting-user-name root
-    DISPLAY %s\n}""" % (job, name)
+    ATTR keyword requested-attributes %s
+    DISPLAY %s\n}""" % (operation, target, name, name)
     done = subprocess.run(["ipptool", "-t", "-v", "ipp://localhost/", "/dev/stdin"], input=request.encode(),
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
     found = re.search(r"^ +%s \([^)]*\) = (.*)$" % name, done.stdout.decode("utf-8", "replace"), re.M)
     return found.group(1) if found else ""
+
+
+def job_attribute(job, name):
+    """An attribute of a job as cupsd tells it to root."""
+    return _attribute("Get-Job-Attributes", "job-uri ipp://localhost/jobs/%d" % job, name)
+
+
+def queue_attribute(name):
+    """An attribute of the queue."""
+    return _attribute("Get-Printer-Attributes", "printer-uri ipp://localhost/printers/Varek", name)
 
 
 def wait_for_job(job):
