@@ -206,10 +206,12 @@ void DecryptString(const char *key, char *buffer, int size)
     _strupr(binary.data());
     H2A(binary.data());
     std::string text(binary.size() + 1, '\0');
-    if (decrypts(cipherMode, key, binary.c_str(), text.data()) < 0) {
+    const int length = decrypts(cipherMode, key, binary.c_str(), text.data());
+    if (length < 0) {
         return;
     }
-    replaceText(buffer, size, text.c_str());
+    text.resize(static_cast<std::size_t>(length));
+    replaceText(buffer, size, text);
 }
 
 int encrypts(int mode, const char *key, const char *plain, char *out)

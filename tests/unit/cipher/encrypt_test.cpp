@@ -43,7 +43,7 @@ std::string decryptedBinary(const std::string &binary)
     const int length = decrypts(1, "key", in.data(), out.data());
     EXPECT_GE(length, 0);
     EXPECT_LT(static_cast<std::size_t>(length), out.size());
-    const std::string text(out.data(), static_cast<std::size_t>(length));
+    std::string text(out.data(), static_cast<std::size_t>(length));
     EXPECT_EQ(out.at(text.size()), '\0');
     EXPECT_EQ(text.find('\0'), std::string::npos);
     return text;

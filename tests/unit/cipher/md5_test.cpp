@@ -44,7 +44,7 @@ class Md5File : public testing::Test
 protected:
     std::string written(const std::string &content) const
     {
-        const std::string path = m_folder.path().toStdString() + "/file";
+        std::string path = m_folder.path().toStdString() + "/file";
         std::ofstream(path, std::ios::binary) << content;
         return path;
     }
