@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdint>
 
-/// The published initial state of Blowfish: the fraction of pi in hexadecimal, 32 bits a word, first the P-array,
-/// then the four S-boxes.
+/// The published initial state of Blowfish: the fraction of pi in hexadecimal, 32 bits a word, first the
+/// P-array, then the four S-boxes.
 namespace blowfish {
 
 using SubKeys = std::array<std::uint32_t, 18>;

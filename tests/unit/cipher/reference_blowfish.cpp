@@ -25,19 +25,32 @@ const unsigned char *bytesOf(const std::string &text)
     return reinterpret_cast<const unsigned char *>(text.data());
 }
 
-void loadProvidersOnce()
+/// OpenSSL's providers; the legacy one has Blowfish.
+class Providers
 {
-    static const bool loaded =
-        OSSL_PROVIDER_load(nullptr, "default") != nullptr && OSSL_PROVIDER_load(nullptr, "legacy") != nullptr;
-    require(loaded, "loading OpenSSL's providers");
-}
+public:
+    Providers() : m_default(load("default")), m_legacy(load("legacy")) {}
+
+private:
+    using Provider = std::unique_ptr<OSSL_PROVIDER, int (*)(OSSL_PROVIDER *)>;
+
+    static Provider load(const char *name)
+    {
+        Provider provider(OSSL_PROVIDER_load(nullptr, name), OSSL_PROVIDER_unload);
+        require(provider != nullptr, name);
+        return provider;
+    }
+
+    Provider m_default;
+    Provider m_legacy;
+};
 
 } // namespace
 
 ReferenceBlowfish::ReferenceBlowfish(const std::string &key)
     : m_context(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free)
 {
-    loadProvidersOnce();
+    static const Providers providers;
     const std::string words = signExtendedKey(key);
     EVP_CIPHER_CTX *context = m_context.get();
     require(EVP_EncryptInit_ex(context, EVP_bf_ecb(), nullptr, nullptr, nullptr) == 1, "Blowfish");
