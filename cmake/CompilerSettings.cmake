@@ -27,6 +27,11 @@ if(VAREK_SANITIZE)
   target_link_options(varek_compile INTERFACE -fsanitize=${VAREK_SANITIZE})
 endif()
 
+# Whatever a fuzzer reaches tells it which inputs are new; the fuzz targets alone link the fuzzer itself.
+if(VAREK_FUZZERS)
+  target_compile_options(varek_compile INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(VAREK_COVERAGE)
   target_compile_options(varek_compile INTERFACE -fprofile-instr-generate -fcoverage-mapping)
   target_link_options(varek_compile INTERFACE -fprofile-instr-generate)

@@ -381,7 +381,8 @@ void Transport::noteFigures()
     m_figures.receivedBytes = static_cast<std::uint64_t>(received);
     m_figures.elapsed = std::chrono::microseconds(elapsed);
     m_figures.isNewConnection = connections > 0;
-    m_wasReused = m_end.isConnected && connections == 0;
+    // The transport library starts over by itself when a kept connection is gone, but cannot read the body once more.
+    m_wasReused = m_end.isConnected && (connections == 0 || m_end.code == CURLE_SEND_FAIL_REWIND);
 }
 
 // Status 200 and the media type of frames, parameters aside.

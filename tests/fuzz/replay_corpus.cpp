@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#include "tests/fuzz/fuzz_entry.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+
+// Runs the entry over every file of the folder that is named on the command line. An empty corpus is a
+// failure.
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        std::cerr << "usage: " << argv[0] << " CORPUS_FOLDER\n";
+        return 2;
+    }
+    std::size_t count = 0;
+    for (const auto &entry : std::filesystem::directory_iterator(argv[1])) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
+        ++count;
+    }
+    std::cout << count << " inputs\n";
+    return count == 0 ? 1 : 0;
+}

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/FaultRelay.h"
+
+#include <algorithm>
+
+FaultRelay::FaultRelay(int targetPort, std::vector<Fault> faults)
+    : m_targetPort(targetPort), m_faults(std::move(faults)), m_listener(LoopbackSocket::listener()),
+      m_port(m_listener.port()), m_acceptor([this] { acceptAll(); })
+{}
+
+FaultRelay::~FaultRelay()
+{
+    m_isEnding = true;
+    m_listener.shutDown();
+    m_acceptor.join();
+    for (Pair &pair : m_pairs) {
+        pair.thread.join();
+    }
+}
+
+void FaultRelay::acceptAll()
+{
+    while (!m_isEnding) {
+        LoopbackSocket client = m_listener.accept();
+        if (!client.isOpen()) {
+            return;
+        }
+        const std::size_t number = m_connections++;
+        const std::lock_guard lock(m_mutex);
+        Pair &pair = m_pairs.emplace_back();
+        pair.client = std::move(client);
+        pair.server = LoopbackSocket::connection(m_targetPort);
+        pair.fault = number < m_faults.size() ? m_faults[number] : Fault{};
+        pair.thread = std::thread([this, &pair] { relay(pair); });
+    }
+}
+
+void FaultRelay::relay(Pair &pair)
+{
+    bool isAlive = pair.server.isOpen();
+    while (isAlive && !m_isEnding) {
+        std::array<pollfd, 2> entries = {
+            {{pair.client.descriptor(), POLLIN, 0}, {pair.server.descriptor(), POLLIN, 0}}};
+        ::poll(entries.data(), entries.size(), 50);
+        if (entries[0].revents != 0) {
+            isAlive = pass(pair, Fault::Way::ToServer);
+        }
+        if (isAlive && entries[1].revents != 0) {
+            isAlive = pass(pair, Fault::Way::ToClient);
+        }
+    }
+    pair.client.close();
+    pair.server.close();
+}
+
+/// Moves what has arrived one way. False when the connection is over.
+bool FaultRelay::pass(Pair &pair, Fault::Way way)
+{
+    const bool toServer = way == Fault::Way::ToServer;
+    const LoopbackSocket &from = toServer ? pair.client : pair.server;
+    const LoopbackSocket &to = toServer ? pair.server : pair.client;
+    std::string bytes = from.receive();
+    std::uint64_t &passed = toServer ? pair.toServer : pair.toClient;
+    const bool isHurt = pair.fault.kind != Fault::Kind::None && pair.fault.way == way &&
+                        passed + bytes.size() > pair.fault.afterBytes;
+    if (bytes.empty()) {
+        return false;
+    }
+    (toServer ? m_toServer : m_toClient) += bytes.size();
+    if (isHurt) {
+        const std::uint64_t harmless = pair.fault.afterBytes > passed ? pair.fault.afterBytes - passed : 0;
+        passed += bytes.size();
+        return hurt(pair, to, bytes, static_cast<std::size_t>(harmless));
+    }
+    passed += bytes.size();
+    return to.send(bytes);
+}
+
+bool FaultRelay::hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, std::size_t harmless)
+{
+    switch (pair.fault.kind) {
+    case Fault::Kind::Cut:
+        to.send(std::string_view(bytes).substr(0, harmless));
+        return false;
+    case Fault::Kind::Reset:
+        to.send(std::string_view(bytes).substr(0, harmless));
+        pair.client.reset();
+        pair.server.reset();
+        return false;
+    case Fault::Kind::Stall:
+        to.send(std::string_view(bytes).substr(0, harmless));
+        while (!waitForEnd(50)) {
+        }
+        return false;
+    case Fault::Kind::Drip:
+        return drip(pair, to, bytes);
+    case Fault::Kind::Corrupt:
+        bytes[harmless] = static_cast<char>(bytes[harmless] ^ 0x55);
+        pair.fault.kind = Fault::Kind::None;
+        return to.send(bytes);
+    case Fault::Kind::None:
+        break;
+    }
+    return to.send(bytes);
+}
+
+bool FaultRelay::drip(Pair &pair, const LoopbackSocket &to, const std::string &bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), [&](const char byte) {
+        return !waitForEnd(pair.fault.dripMs) && to.send(std::string_view(&byte, 1));
+    });
+}
+
+/// True when the relay is being ended; otherwise after that time.
+bool FaultRelay::waitForEnd(int milliseconds) const
+{
+    ::poll(nullptr, 0, milliseconds);
+    return m_isEnding;
+}

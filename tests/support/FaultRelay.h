@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "tests/support/loopback_socket.h"
+
+#include <atomic>
+#include <cstdint>
+#include <list>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+/// What a relay does to one connection, after so many bytes in one direction.
+struct Fault
+{
+    enum class Kind
+    {
+        None,
+        Cut,     ///< both sides see an orderly end
+        Reset,   ///< both sides see a reset
+        Stall,   ///< nothing moves any more, in either direction
+        Drip,    ///< the rest goes through a byte at a time, one each dripMs
+        Corrupt, ///< the next byte is another one; the rest passes
+    };
+    enum class Way
+    {
+        ToServer,
+        ToClient
+    };
+
+    Kind kind = Kind::None;
+    Way way = Way::ToServer;
+    std::uint64_t afterBytes = 0;
+    int dripMs = 1;
+};
+
+/// A TCP relay on the loopback interface that hurts connections as told: the first fault is for the first
+/// connection, and so on; the others pass unharmed.
+class FaultRelay
+{
+public:
+    FaultRelay(int targetPort, std::vector<Fault> faults);
+    ~FaultRelay();
+    FaultRelay(const FaultRelay &) = delete;
+    FaultRelay &operator=(const FaultRelay &) = delete;
+
+    [[nodiscard]] int port() const { return m_port; }
+
+    [[nodiscard]] std::size_t connections() const { return m_connections; }
+
+    /// Bytes of all connections so far.
+    [[nodiscard]] std::uint64_t bytesToServer() const { return m_toServer; }
+
+    [[nodiscard]] std::uint64_t bytesToClient() const { return m_toClient; }
+
+private:
+    struct Pair
+    {
+        LoopbackSocket client;
+        LoopbackSocket server;
+        Fault fault;
+        std::uint64_t toServer = 0;
+        std::uint64_t toClient = 0;
+        std::thread thread;
+    };
+
+    void acceptAll();
+    void relay(Pair &pair);
+    bool pass(Pair &pair, Fault::Way way);
+    bool hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, std::size_t harmless);
+    bool drip(Pair &pair, const LoopbackSocket &to, const std::string &bytes);
+    bool waitForEnd(int milliseconds) const;
+
+    int m_targetPort;
+    std::vector<Fault> m_faults;
+    LoopbackSocket m_listener;
+    int m_port = 0;
+    std::atomic<bool> m_isEnding = false;
+    std::atomic<std::size_t> m_connections = 0;
+    std::atomic<std::uint64_t> m_toServer = 0;
+    std::atomic<std::uint64_t> m_toClient = 0;
+    std::mutex m_mutex;
+    std::list<Pair> m_pairs;
+    std::thread m_acceptor;
+};
