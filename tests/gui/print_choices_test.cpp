@@ -213,7 +213,6 @@ TEST_F(PrintModes, stand_in_a_dialog_of_the_common_frame_and_the_stated_sizes)
         EXPECT_TRUE(child<QLabel>(dialog, name).wordWrap());
     }
     dialog.show();
-    EXPECT_EQ(dialog.minimumSize(), QSize(470, 260)) << "the default texts fit";
     EXPECT_LT(child<QWidget>(dialog, "standardButton").y(), child<QWidget>(dialog, "asyncButton").y());
     EXPECT_LT(child<QWidget>(dialog, "asyncButton").y(), child<QWidget>(dialog, "tunnelButton").y());
     EXPECT_LT(child<QWidget>(dialog, "cancelButton").x(), child<QWidget>(dialog, "okButton").x());
@@ -316,7 +315,6 @@ TEST_F(Services, stand_in_a_dialog_of_the_common_frame_and_the_stated_size)
     expectFrame(dialog, "okButton");
     EXPECT_EQ(dialog.minimumSize(), QSize(300, 180));
     dialog.show();
-    EXPECT_EQ(dialog.minimumSize(), QSize(300, 180)) << "the default texts fit";
     EXPECT_EQ(child<QLabel>(dialog, "headingLabel").buddy(), &box(dialog));
     EXPECT_TRUE(button(dialog, "helpButton").isHidden());
     configure(resource::dlgServicePosition, L"1,2");

@@ -19,7 +19,6 @@
 #include <QWindow>
 
 #include <algorithm>
-#include <limits>
 
 namespace {
 
@@ -41,14 +40,6 @@ int configuredNumber(const wchar_t *id)
 int configuredSide(const wchar_t *id)
 {
     return std::clamp(configuredNumber(id), 0, largestSide);
-}
-
-QPoint configuredPosition(const wchar_t *id)
-{
-    int x = 0;
-    int y = 0;
-    MessageWindow::getPositionFromId(id, x, y);
-    return {x, y};
 }
 
 QColor configuredColor(const wchar_t *id)
@@ -128,7 +119,7 @@ void MessageWindow::applyColors()
 void MessageWindow::createTextLabel()
 {
     const QPoint position = configuredPosition(resource::messageWindowTextPosition);
-    const qint64 room = qint64{configuredSide(resource::messageWindowWidht)} - position.x() - 10;
+    const int room = configuredSide(resource::messageWindowWidht) - position.x() - 10;
     const QString styleSheet =
         fontDeclaration() + QLatin1Char(' ') +
         colorDeclaration("color", configuredColor(resource::messageWindowTextColor)) + QLatin1Char(' ') +
@@ -139,7 +130,7 @@ void MessageWindow::createTextLabel()
     m_textLabel->setTextFormat(Qt::PlainText);
     m_textLabel->setWordWrap(true);
     m_textLabel->setStyleSheet(styleSheet.left(styleSheetCapacity));
-    m_textLabel->setFixedWidth(static_cast<int>(std::max(room, qint64{0})));
+    m_textLabel->setFixedWidth(std::max(room, 0));
     m_textLabel->move(position);
 }
 

@@ -3,7 +3,6 @@
 
 #include "vrp/server/browser.h"
 #include "vrp/settings/settings_store.h"
-#include "vrp/ui/MessageWindow.h"
 #include "vrp/ui/resource_text.h"
 #include "vrp/ui/window_placement.h"
 
@@ -32,10 +31,7 @@ PromptDialog::PromptDialog(const wchar_t *titleId, const wchar_t *positionId)
     flags |= Qt::WindowTitleHint;
     setWindowFlags(flags);
 
-    int x = 0;
-    int y = 0;
-    MessageWindow::getPositionFromId(positionId, x, y);
-    move(x, y);
+    move(configuredPosition(positionId));
     setWindowTitle(resourceText(titleId));
 }
 

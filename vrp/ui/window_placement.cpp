@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/window_placement.h"
 
+#include "vrp/ui/MessageWindow.h"
+
 #include <QApplication>
 #include <QScreen>
 #include <QStyle>
@@ -68,6 +70,15 @@ QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window, const QList
         }
     }
     return nearest;
+}
+
+QPoint configuredPosition(const wchar_t *id)
+{
+    constexpr int farthest = 1000000;
+    int x = 0;
+    int y = 0;
+    MessageWindow::getPositionFromId(id, x, y);
+    return {std::min(x, farthest), std::min(y, farthest)};
 }
 
 void placeVisibly(QWidget &window)
