@@ -21,6 +21,7 @@ _INSIDE = "VAREK_PRIVATE_MACHINE"
 _NEEDED = {
     "cupsd": "cups-daemon", "lp": "cups-client", "lpadmin": "cups-client", "pdfinfo": "poppler-utils",
     "unshare": "util-linux", "setpriv": "util-linux", "ip": "iproute2", "Xvfb": "xvfb", "gs": "ghostscript",
+    "openbox": "openbox", "xdotool": "xdotool", "xprop": "x11-utils", "ipptool": "cups-ipp-utils",
 }
 
 

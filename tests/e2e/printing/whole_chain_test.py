@@ -1,0 +1,173 @@
+# SPDX-License-Identifier: MIT
+"""Printing for real: lp, cupsd, the backend, the agent in a desktop session, the program, the server and its portal."""
+
+import glob
+import os
+import re
+import signal
+import sqlite3
+import subprocess
+import unittest
+
+from desktop_session import DesktopSession
+from private_machine import USERS, as_user, build_dir, run, run_tests, start, start_cupsd, wait_until
+from spool_view import contents, documents, make_pdf, print_as, spool_of, tickets, wait_for_job
+
+DATA = "/srv/varek"
+CONFIGURATION = "/etc/varek/varek.ini"
+PASSWORD = "print secret"
+
+
+def install_files():
+    for component in ("print", "server"):
+        run("cmake", "--install", build_dir(), "--component", component)
+
+
+def start_server():
+    os.makedirs(DATA, mode=0o700)
+    with open("/tmp/server.txt", "w", encoding="utf-8") as log:
+        server = start("/usr/sbin/vrserver", "--data", DATA, "--port", "0", "--portal-port", "0",
+                       "--plain-portal-port", "0", stdout=log, stderr=log)
+    wait_until(lambda: "\nready\n" in contents("/tmp/server.txt").decode(), "the server is ready")
+    said = dict(re.findall(r"^([^:\n]*): (.*)$", contents("/tmp/server.txt").decode(), re.M))
+    for user in USERS:
+        subprocess.run(["/usr/sbin/vrserver", "--data", DATA, "user", "add", user], input=PASSWORD.encode() + b"\n",
+                       check=True)
+    # As for a browser that does not know the authority's certificate.
+    configuration = said["configuration"]
+    text = contents(configuration).decode()
+    with open(configuration, "w", encoding="utf-8") as file:
+        file.write(re.sub(r"^PORTAL_URL=.*$", "PORTAL_URL=" + said["portal without TLS"], text, flags=re.M))
+    server.send_signal(signal.SIGHUP)
+    run("install", "-m", "644", said["certificate authority"], "/usr/lib/varek/Frameworks/vrc-ca.pem")
+    return said["server directory"]
+
+
+def install_queue(directory):
+    text = contents(CONFIGURATION).decode()
+    with open(CONFIGURATION, "w", encoding="utf-8") as file:
+        file.write(re.sub(r'^Sdir1=.*$', 'Sdir1="%s"' % directory, text, flags=re.M))
+    run_program("-m", "install", "-s", "-c", CONFIGURATION, "-d", "/usr/lib/varek/bin")
+
+
+def run_program(*arguments):
+    environment = {name: value for name, value in os.environ.items() if name != "XDG_CONFIG_DIRS"}
+    return run("/usr/lib/varek/setup/vrp", *arguments, env={**environment, "XDG_CONFIG_HOME": "/tmp/root-settings"})
+
+
+def arrived():
+    """The documents on the server, oldest first."""
+    database = sqlite3.connect("file:%s/vrserver.db?mode=ro" % DATA, uri=True)
+    database.row_factory = sqlite3.Row
+    try:
+        return [dict(row) for row in database.execute("SELECT * FROM documents ORDER BY created_at, rowid")]
+    finally:
+        database.close()
+
+
+def contents_on_server(document):
+    return contents(glob.glob(os.path.join(DATA, "documents", document["id"] + ".*"))[0])
+
+
+def setUpModule():
+    global SESSIONS
+    install_files()
+    start_cupsd()
+    install_queue(start_server())
+    SESSIONS = {user: DesktopSession(user, number, PASSWORD) for number, user in enumerate(USERS, start=1)}
+    make_pdf("/tmp/one.pdf", 1)
+    make_pdf("/tmp/five.pdf", 5)
+
+
+class WholeChain(unittest.TestCase):
+    def setUp(self):
+        self.before = len(arrived())
+
+    def new_documents(self, count):
+        return wait_until(lambda: len(arrived()) >= self.before + count and arrived()[self.before:],
+                          "%d documents arrive" % count)
+
+    def wait_for_empty_spool(self, user):
+        wait_until(lambda: [name for name in os.listdir(spool_of(user)) if name != "agent.lock"] in ([], ["failed"]),
+                   "the spool is empty")
+
+    def finish(self, agent):
+        self.assertEqual(agent.wait(60), 0)
+
+    def test_a_document_waits_for_its_agent_and_arrives_byte_by_byte(self):
+        session = SESSIONS["alice"]
+        job = print_as("alice", "-t", "Annual report", "-n", "2", "/tmp/five.pdf")
+        self.assertEqual(wait_for_job(job), "completed")
+        given = contents(documents("alice")[0])
+
+        agent = session.start_agent("--once")
+        session.log_in()
+        session.choose_standard_mode()
+        document = self.new_documents(1)[0]
+        self.finish(agent)
+
+        self.assertEqual(contents_on_server(document), given)
+        self.assertEqual([document[name] for name in ("file_name", "client_machine", "client_user", "owner",
+                                                      "printer_name", "print_mode")],
+                         ["Annual report", "desk7", "alice", "alice", "Varek", "STANDARD"])
+        address = wait_until(lambda: session.recorded("address"), "the browser is opened").splitlines()[-1]
+        self.assertRegex(address, r"^http://[^/]+/portal\?client=vrp&VR_SESSION_ID=[^&]+&CTRL=[0-9A-F]{32}$")
+        self.wait_for_empty_spool("alice")
+
+    def test_two_users_print_at_once_each_in_the_own_session(self):
+        agents = [SESSIONS[user].start_agent("--watch") for user in USERS]
+        for user in USERS:
+            print_as(user, "-t", "of " + user, "/tmp/one.pdf")
+        for user in USERS:
+            wait_until(lambda: SESSIONS[user].windows("Varek print - identifier"), user + " is asked")
+        for user in USERS:
+            SESSIONS[user].log_in()
+            SESSIONS[user].choose_standard_mode()
+        found = {(d["owner"], d["client_user"], d["file_name"]) for d in self.new_documents(2)}
+        self.assertEqual(found, {(user, user, "of " + user) for user in USERS})
+        for agent in agents:
+            agent.terminate()
+            self.finish(agent)
+        for user in USERS:
+            self.wait_for_empty_spool(user)
+
+    def test_a_title_cannot_give_the_program_an_option(self):
+        session = SESSIONS["alice"]
+        run(*as_user("alice", "sh", "-c", "echo precious >/home/alice/precious"))
+        for title, shown in (('a" -l /home/alice/precious "b', "a' -l /home/alice/precious 'b"), ("-k", "-k")):
+            with self.subTest(title=title):
+                self.before = len(arrived())
+                print_as("alice", "-t", title, "/tmp/one.pdf")
+                wait_until(lambda: tickets("alice"), "the job waits")
+                agent = session.start_agent("--once")
+                session.log_in()
+                session.choose_standard_mode()
+                self.assertEqual(self.new_documents(1)[0]["file_name"].strip(), shown)
+                self.finish(agent)
+                self.assertEqual(contents("/home/alice/precious"), b"precious\n")
+                self.wait_for_empty_spool("alice")
+
+    def test_the_document_of_a_program_that_died_is_kept_and_its_user_told(self):
+        session = SESSIONS["bob"]
+        print_as("bob", "-t", "Unlucky", "/tmp/one.pdf")
+        wait_until(lambda: tickets("bob"), "the job waits")
+        agent = session.start_agent("--once")
+        wait_until(lambda: session.windows("Varek print - identifier"), "bob is asked")
+        program = int(run("pgrep", "-u", str(USERS["bob"]), "-x", "vrp"))
+        os.kill(program, signal.SIGSEGV)
+        self.finish(agent)
+        self.assertIn("'Unlucky' was not sent", session.recorded("notices"))
+        failed = os.path.join(spool_of("bob"), "failed")
+        self.assertEqual(sorted(name.rsplit(".", 1)[1] for name in os.listdir(failed)), ["document", "ticket"])
+        self.finish(session.start_agent("--once"))
+        self.assertEqual(len(arrived()), self.before)
+
+    def test_zz_uninstall_removes_queue_and_settings(self):
+        run_program("-m", "uninstall", "-s", "-p", "Varek")
+        self.assertNotIn("Varek", run("lpstat", "-v", check=False))
+        for name in ("Vrp.conf", "VarekPrint.conf"):
+            self.assertEqual(contents("/etc/xdg/Varek Systems/" + name).strip(), b"")
+
+
+if __name__ == "__main__":
+    run_tests()
