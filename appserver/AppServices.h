@@ -4,6 +4,7 @@
 #include "appserver/Database.h"
 #include "appserver/DocumentStore.h"
 #include "appserver/LoginThrottle.h"
+#include "appserver/PortalSessions.h"
 #include "appserver/ServerConfiguration.h"
 #include "appserver/SessionTable.h"
 #include "appserver/UserStore.h"
@@ -35,6 +36,7 @@ public:
     DocumentStore documents;
     LoginThrottle throttle;
     SessionTable sessions;
+    PortalSessions pages;
 
 private:
     mutable std::mutex m_mutex;

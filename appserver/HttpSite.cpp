@@ -58,6 +58,9 @@ int refusal(const httplib::Request &request, const HttpSite::PostFilter &takesPo
 
 HttpSite::HttpSite(AccessLog &log, PostFilter takesPost) : m_log(log), m_takesPost(std::move(takesPost))
 {
+    // The library takes a server without a listening socket for one that is shutting down, and then sends no
+    // content from a provider. The sockets are the listeners' business here.
+    svr_sock_ = 0;
     set_keep_alive_max_count(requestsPerConnection);
     set_keep_alive_timeout(keepAliveSeconds);
     set_pre_routing_handler([this](const httplib::Request &request, httplib::Response &response) {

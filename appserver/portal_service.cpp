@@ -1,14 +1,330 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/portal_service.h"
 
+#include "appserver/AppServices.h"
+#include "appserver/ClientConnection.h"
+#include "appserver/portal_pages.h"
+#include "appserver/print_choices.h"
+#include "wire/utf8.h"
+
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <optional>
+#include <unistd.h>
+
 namespace appserver {
 
-void addPortalService(HttpSite &, AppServices &)
-{}
+namespace {
 
-bool isPortalPostPath(std::string_view)
+constexpr std::size_t formMaxBytes = 16 * 1024;
+constexpr std::string_view jobPrefix = "/job/";
+constexpr std::size_t pageIdLength = 32;
+constexpr std::size_t textSampleBytes = 65536;
+
+// No script runs, nothing comes from elsewhere, nobody frames the page.
+constexpr const char *pagePolicy =
+    "default-src 'none'; style-src 'self'; img-src 'self'; object-src 'self'; "
+    "frame-src 'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'";
+// The browser's PDF viewer does not start in a sandbox.
+constexpr const char *pdfPolicy = "default-src 'none'; object-src 'self'; style-src 'unsafe-inline'; "
+                                  "frame-ancestors 'self'";
+constexpr const char *filePolicy = "default-src 'none'; sandbox; frame-ancestors 'self'";
+
+void setCommonHeaders(httplib::Response &response, const char *policy)
 {
-    return false;
+    response.set_header("Content-Security-Policy", policy);
+    response.set_header("Referrer-Policy", "no-referrer");
+    response.set_header("X-Content-Type-Options", "nosniff");
+    response.set_header("Cross-Origin-Resource-Policy", "same-origin");
+    response.set_header("Permissions-Policy", "camera=(), microphone=(), geolocation=()");
+    response.set_header("Cache-Control", "no-store");
+}
+
+void setPage(httplib::Response &response, int status, std::string html)
+{
+    response.status = status;
+    setCommonHeaders(response, pagePolicy);
+    response.set_header("Cross-Origin-Opener-Policy", "same-origin");
+    response.set_header("X-Frame-Options", "DENY");
+    response.set_content(std::move(html), "text/html; charset=utf-8");
+}
+
+void redirect(httplib::Response &response, const std::string &path)
+{
+    setCommonHeaders(response, pagePolicy);
+    response.set_redirect(path, 303);
+}
+
+std::string jobPath(const PortalPage &page)
+{
+    return std::string(jobPrefix) + page.id;
+}
+
+/// Browsers take a cookie of this name over TLS alone.
+std::string cookieName()
+{
+    return ClientConnection::current()->isTls() ? "__Secure-job" : "job";
+}
+
+std::string cookieFor(const PortalPage &page)
+{
+    return cookieName() + '=' + page.cookie + "; Path=" + jobPath(page) + "; HttpOnly; SameSite=Strict" +
+           (ClientConnection::current()->isTls() ? "; Secure" : "");
+}
+
+std::string cookieOf(const httplib::Request &request)
+{
+    std::string_view rest;
+    const std::string header = request.get_header_value("Cookie");
+    const std::string wanted = cookieName() + '=';
+    for (rest = header; !rest.empty();) {
+        const std::string_view cookie = trimmed(rest.substr(0, rest.find(';')));
+        rest.remove_prefix(std::min(rest.find(';'), rest.size() - 1) + 1);
+        if (cookie.starts_with(wanted)) {
+            return std::string(cookie.substr(wanted.size()));
+        }
+    }
+    return {};
+}
+
+/// /job/<page>, /job/<page>/document or /job/<page>/confirm.
+struct JobPath
+{
+    std::string_view page;
+    std::string_view action;
+};
+
+std::optional<JobPath> parseJobPath(std::string_view path)
+{
+    if (!path.starts_with(jobPrefix)) {
+        return std::nullopt;
+    }
+    path.remove_prefix(jobPrefix.size());
+    const std::string_view page = path.substr(0, pageIdLength);
+    if (page.size() != pageIdLength || page.find_first_not_of("0123456789abcdef") != std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view action = path.substr(pageIdLength);
+    if (!action.empty() && action.front() != '/') {
+        return std::nullopt;
+    }
+    return JobPath{page, action.empty() ? action : action.substr(1)};
+}
+
+class PortalService
+{
+public:
+    explicit PortalService(AppServices &services) : m_services(services) {}
+
+    void openPage(const httplib::Request &request, httplib::Response &response)
+    {
+        const auto configuration = m_services.configuration();
+        const ServerLimits &limits = configuration->limits;
+        // A look at the address without following it must not use it up.
+        const bool follows = request.method == "GET" && request.has_param("VR_SESSION_ID");
+        std::optional<PortalPage> page;
+        if (follows) {
+            const auto session =
+                m_services.sessions.find(request.get_param_value("VR_SESSION_ID"), limits.sessionIdle);
+            page = m_services.pages.open(session, request.get_param_value("CTRL"), limits.sessions);
+        }
+        if (!page) {
+            return setPage(
+                response, 403,
+                messagePage(configuration->portal, "This address does not work",
+                            "<p>It works once, and only for a while. Print the document again to get a "
+                            "new one.</p>\n"));
+        }
+        response.set_header("Set-Cookie", cookieFor(*page));
+        redirect(response, jobPath(*page));
+    }
+
+    void serveJob(const httplib::Request &request, httplib::Response &response)
+    {
+        const auto configuration = m_services.configuration();
+        const auto path = parseJobPath(request.path);
+        const auto page = path ? pageOf(request, *path) : std::nullopt;
+        if (!page) {
+            return refuseStranger(*configuration, response);
+        }
+        const auto document = documentOf(*page);
+        if (!document) {
+            return setPage(
+                response, 200,
+                messagePage(configuration->portal, "There is no document",
+                            "<p>Nothing was uploaded for this page, or it has been deleted since. Print "
+                            "the document again.</p>\n"));
+        }
+        if (path->action == "document") {
+            serveDocument(*document, response);
+        } else if (path->action.empty()) {
+            setPage(response, 200, documentPage(configuration->portal, *page, *document));
+        } else {
+            response.status = 404;
+        }
+    }
+
+    void confirm(const httplib::Request &request, httplib::Response &response,
+                 const httplib::ContentReader &reader)
+    {
+        const auto configuration = m_services.configuration();
+        std::string body;
+        if (!readBody(reader, formMaxBytes, body, response)) {
+            return;
+        }
+        const auto path = parseJobPath(request.path);
+        const auto page = path ? pageOf(request, *path) : std::nullopt;
+        const auto fields = parseForm(body);
+        const std::string site = request.get_header_value("Sec-Fetch-Site");
+        if (!page || !fields || !equalSecrets(fieldOf(*fields, "token"), page->formToken) ||
+            (!site.empty() && site != "same-origin")) {
+            return refuseStranger(*configuration, response);
+        }
+        const auto document = documentOf(*page);
+        if (!document) {
+            return redirect(response, jobPath(*page));
+        }
+        const auto wanted = choicesFrom(*fields, configuration->portal);
+        if (const auto *problem = std::get_if<std::string>(&wanted)) {
+            return setPage(response, 422,
+                           correctionPage(configuration->portal, *page, *document,
+                                          stillUsable(*fields, configuration->portal), *problem));
+        }
+        // A second confirmation changes nothing, and shows what the first one chose.
+        m_services.documents.confirm(document->id, std::get<PrintChoices>(wanted));
+        redirect(response, jobPath(*page));
+    }
+
+private:
+    std::optional<PortalPage> pageOf(const httplib::Request &request, const JobPath &path)
+    {
+        return m_services.pages.find(path.page, cookieOf(request),
+                                     m_services.configuration()->limits.sessionIdle);
+    }
+
+    std::optional<Document> documentOf(const PortalPage &page)
+    {
+        auto document = m_services.documents.find(page.documentId);
+        if (document && document->owner != page.owner) {
+            document.reset();
+        }
+        return document;
+    }
+
+    static void refuseStranger(const ServerConfiguration &configuration, httplib::Response &response)
+    {
+        setPage(response, 403,
+                messagePage(
+                    configuration.portal, "This page is not open here",
+                    "<p>It was opened in another browser, or too long ago. Print the document again.</p>\n"));
+    }
+
+    /// What a person typed is shown again, so that nothing is lost over one mistake.
+    static PrintChoices stillUsable(FormFields fields, const PortalSettings &settings)
+    {
+        PrintChoices choices = defaultChoices(settings);
+        choices.note = fieldOf(fields, "note").substr(0, 4 * noteMaxLength);
+        fields.insert_or_assign("copies", "1");
+        fields.insert_or_assign("note", "");
+        const auto rest = choicesFrom(fields, settings);
+        if (const auto *good = std::get_if<PrintChoices>(&rest)) {
+            const std::string note = choices.note;
+            choices = *good;
+            choices.note = note;
+        }
+        return choices;
+    }
+
+    void serveDocument(const Document &document, httplib::Response &response)
+    {
+        const auto file = std::make_shared<UniqueFd>(openForReading(m_services.documents.fileOf(document)));
+        setCommonHeaders(response, document.format == DocumentFormat::pdf ? pdfPolicy : filePolicy);
+        response.set_header("X-Frame-Options", "SAMEORIGIN");
+        response.set_header("Content-Disposition", document.format == DocumentFormat::postScript
+                                                       ? "attachment; filename=\"document.ps\""
+                                                       : "inline; filename=\"document." +
+                                                             std::string(formatName(document.format)) + '"');
+        const auto read = [file](std::size_t offset, std::size_t, httplib::DataSink &sink) {
+            std::array<char, 65536> buffer;
+            const ssize_t count =
+                ::pread(file->get(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
+            return count > 0 && sink.write(buffer.data(), static_cast<std::size_t>(count));
+        };
+        response.set_content_provider(static_cast<std::size_t>(document.bytes), mediaTypeOf(document, *file),
+                                      read);
+    }
+
+    static std::string mediaTypeOf(const Document &document, const UniqueFd &file)
+    {
+        std::string type(mediaType(document.format));
+        if (document.format == DocumentFormat::text) {
+            std::string sample(textSampleBytes, '\0');
+            const ssize_t count = ::pread(file.get(), sample.data(), sample.size(), 0);
+            sample.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+            // The sample may end inside a character.
+            for (int i = 0; i < 3 && sample.size() == textSampleBytes && !wire::isText(sample); ++i) {
+                sample.pop_back();
+            }
+            type += wire::isText(sample) ? "; charset=utf-8" : "; charset=windows-1252";
+        }
+        return type;
+    }
+
+    AppServices &m_services;
+};
+
+constexpr const char *helpText =
+    "<ol>\n<li>Print to the Varek queue from any program.</li>\n"
+    "<li>Enter your user name and password, and choose how to print.</li>\n"
+    "<li>In <em>standard</em> mode this portal opens: choose copies, paper, colour, sides and stapling, and "
+    "press "
+    "<strong>Print</strong>. In <em>asynchronous</em> mode you do that later, in <em>tunnel</em> mode the "
+    "document goes "
+    "straight to the service you chose.</li>\n</ol>\n"
+    "<p>The address of the portal page works once. To see the page again, print again.</p>\n";
+
+void addStatic(HttpSite &site, const char *path, std::string_view contents, const char *type)
+{
+    site.Get(path, [contents, type](const httplib::Request &, httplib::Response &response) {
+        setCommonHeaders(response, pagePolicy);
+        response.headers.erase("Cache-Control");
+        response.set_header("Cache-Control", "max-age=3600");
+        response.set_content(contents.data(), contents.size(), type);
+    });
+}
+
+} // namespace
+
+void addPortalService(HttpSite &site, AppServices &services)
+{
+    const auto service = std::make_shared<PortalService>(services);
+    site.Get("/portal", [service](const httplib::Request &request, httplib::Response &response) {
+        service->openPage(request, response);
+    });
+    const auto job = [service](const httplib::Request &request, httplib::Response &response) {
+        service->serveJob(request, response);
+    };
+    site.Get("/job/[0-9a-f]{32}", job);
+    site.Get("/job/[0-9a-f]{32}/document", job);
+    site.Post(
+        "/job/[0-9a-f]{32}/confirm",
+        [service](const httplib::Request &request, httplib::Response &response,
+                  const httplib::ContentReader &reader) { service->confirm(request, response, reader); });
+    const auto help = [&services](const httplib::Request &, httplib::Response &response) {
+        setPage(response, 200,
+                messagePage(services.configuration()->portal, "Printing with Varek", helpText));
+    };
+    site.Get("/help", help);
+    site.Get("/", help);
+    addStatic(site, "/style.css", portalStyleSheet(), "text/css; charset=utf-8");
+    addStatic(site, "/mark.svg", portalMark(), "image/svg+xml");
+}
+
+bool isPortalPostPath(std::string_view path)
+{
+    const auto job = parseJobPath(path);
+    return job && job->action == "confirm";
 }
 
 } // namespace appserver
