@@ -4,6 +4,7 @@
 #include <vrc.h>
 
 #include <stdarg.h>
+#include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -42,6 +43,13 @@ void channel_open(struct channel *channel, const struct driver_options *options,
     }
 }
 
+/* Of a command: what stands before a login. */
+static int public_length(const char *command)
+{
+    const char *login = strstr(command, " POD_USER");
+    return (int)(login ? login - command : (ptrdiff_t)strlen(command));
+}
+
 static void note_command(struct channel *channel, const char *command, double seconds)
 {
     if (strncmp(command, "VR_CMD=|LOCAL:", 14) == 0 || channel->notes_count == channel_notes_maximum) {
@@ -49,17 +57,14 @@ static void note_command(struct channel *channel, const char *command, double se
     }
     struct command_note *note = &channel->notes[channel->notes_count++];
     note->seconds = seconds;
-    /* The two first fields say enough, and hold no password. */
-    size_t length = 0;
-    for (int bars = 0; command[length] != '\0' && bars < 4 && length + 1 < sizeof note->label; ++length) {
+    /* The two first fields say enough. */
+    const int end = public_length(command);
+    int length = 0;
+    for (int bars = 0; length < end && bars < 4 && length + 1 < (int)sizeof note->label; ++length) {
         bars += command[length] == '|';
         note->label[length] = command[length];
     }
     note->label[length] = '\0';
-    char *password = strstr(note->label, " POD_USER");
-    if (password) {
-        *password = '\0';
-    }
 }
 
 static int carry_out(struct channel *channel, const char *command)
@@ -78,7 +83,7 @@ static void report_failure(struct channel *channel, const char *command)
 {
     static const char *const parts[] = {"SERVICE", "CLASS", "CODE", "DESCRIPTION", "INFO"};
     ++channel->failed;
-    fprintf(stderr, "upload_driver: failed: %.60s:", command);
+    fprintf(stderr, "upload_driver: failed: %.*s:", public_length(command), command);
     for (int index = 0; channel->request && index < 5; ++index) {
         char query[128];
         char text[1024] = "";

@@ -10,14 +10,13 @@ enum
     block_bytes = 65536
 };
 
-static void log_in(struct channel *channel, const struct driver_options *options)
+static int log_in(struct channel *channel, const struct driver_options *options)
 {
     if (options->login_user[0] == '\0') {
-        channel_demand(channel, "VR_CMD=|MISC:NOP|");
-        return;
+        return channel_demand(channel, "VR_CMD=|MISC:NOP|");
     }
-    channel_demand(channel, "VR_CMD=|MISC:NOP| POD_USER=|%s| POD_PASSWORD=|%s|", options->login_user,
-                   options->login_password);
+    return channel_demand(channel, "VR_CMD=|MISC:NOP| POD_USER=|%s| POD_PASSWORD=|%s|", options->login_user,
+                          options->login_password);
 }
 
 static void read_list(struct channel *channel, const char *name)
@@ -194,7 +193,10 @@ void upload_document(struct channel *channel, const struct driver_options *optio
     memset(times, 0, sizeof *times);
     const double begin = seconds_now();
     channel_open(channel, options, options->server, options->application, options->user, options->password);
-    log_in(channel, options);
+    if (log_in(channel, options) != 1) {
+        channel_close(channel, 0);
+        return;
+    }
     times->connect = seconds_now() - begin;
     read_printing_modes(channel, options);
     times->modes = seconds_now() - begin - times->connect;

@@ -140,7 +140,10 @@ def squid(enter, folder, port, authentication):
         f"visible_hostname bench\nvia off\n" + SQUID_AUTHENTICATION[authentication].format(users=users) + "\n",
         encoding="ascii")
     give_to_proxy_user(folder)
-    return Daemon(enter, [program("squid", "squid"), "-N", "-f", configuration], port, folder / "output")
+    # A name of its own: squids of one name share memory. Its complaints go to its output.
+    name = f"bench{os.getpid()}{authentication}"
+    return Daemon(enter, [program("squid", "squid"), "-N", "-d", "1", "-n", name, "-f", configuration], port,
+                  folder / "output")
 
 
 def give_to_proxy_user(folder):
