@@ -17,7 +17,7 @@ class CommandChannel : public ServerTest
 protected:
     CommandChannel() : request(VrOpenRequest("test")) { Transcript::clear(); }
 
-    ~CommandChannel() override { VrCloseRequest(request); }
+    void TearDown() override { VrCloseRequest(request); }
 
     int run(const std::wstring &command) { return VrpsVrCommand(request, command, nullptr, 0, nullptr); }
 

@@ -58,7 +58,7 @@ protected:
     /// A document in the test's folder; its path.
     std::wstring makeDocument()
     {
-        const std::wstring document = path("document.pdf");
+        std::wstring document = path("document.pdf");
         SettingsFolder::write(QString::fromStdWString(document), "data");
         return document;
     }
