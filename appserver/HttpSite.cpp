@@ -94,7 +94,8 @@ bool HttpSite::serve(ClientConnection &connection, bool isLast)
     requestStart = Clock::now();
     bool closed = false;
     const bool served = process_request(connection, isLast, closed, nullptr);
-    return served && !closed && !connection.closes();
+    // A header that could not be read to its end was answered with 400: what follows it is no request.
+    return served && !closed && !connection.closes() && !connection.isInHeader();
 }
 
 void HttpSite::serveOverload(ClientConnection &connection)
