@@ -2,6 +2,7 @@
 #include "vrc/pending_queue.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace vrc {
 namespace {
@@ -39,14 +40,19 @@ std::string PendingQueue::appendedObject() const
 
 std::uint64_t PendingQueue::expectedSize(std::uint64_t number) const
 {
-    const auto last =
-        std::find_if(m_entries.rbegin(), m_entries.rend(), [](const Entry &e) { return e.isRun(); });
-    if (last == m_entries.rend()) {
-        return 0;
+    const std::string name = appendedObject();
+    std::optional<std::uint64_t> size;
+    for (const Entry &entry : m_entries) {
+        if (!entry.isRun() || entry.command.name != name) {
+            continue;
+        }
+        const std::uint64_t first = entry.command.number;
+        const std::uint64_t blocks = number < first ? 0 : (number - first + 1) / entry.stride;
+        if (blocks > 0 || !size) {
+            size = entry.command.offset + std::min(blocks * entry.blockBytes, entry.slice.bytes);
+        }
     }
-    const std::uint64_t first = last->command.number;
-    const std::uint64_t blocks = number < first ? 0 : (number - first + 1) / last->stride;
-    return last->command.offset + std::min(blocks * last->blockBytes, last->slice.bytes);
+    return size.value_or(0);
 }
 
 void PendingQueue::forEachAfter(std::uint64_t number,

@@ -71,6 +71,7 @@ private:
     [[nodiscard]] std::string sessionFrame() const;
     [[nodiscard]] Expectation expectationFor(const RemoteCommand &command, std::uint64_t number) const;
     void shrinkBodies(const BodyRefused &refusal);
+    void shortenBodies();
 
     // After a lost connection (session_recovery.cpp).
     [[nodiscard]] std::uint64_t nextNumber(const RemoteCommand &command);

@@ -150,6 +150,11 @@ void Session::shrinkBodies(const BodyRefused &refusal)
              "the server, or something on the way to it, does not take the request",
              "HTTP status " + std::to_string(refusal.status));
     }
+    shortenBodies();
+}
+
+void Session::shortenBodies()
+{
     m_bodyLimit = m_bodyLimit ? std::max(kSmallestBodyLimit, *m_bodyLimit / 2) : kFirstBodyLimit;
 }
 

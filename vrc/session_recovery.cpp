@@ -10,7 +10,6 @@ namespace {
 
 constexpr std::chrono::seconds kNonceLife{50}; // the server recognises one for 60
 constexpr unsigned kPatientLosses = 2;         // after so many lost streams short bodies are tried
-constexpr std::size_t kShortBodyBytes = 256 * 1024;
 
 } // namespace
 
@@ -117,8 +116,8 @@ void Session::noteLoss(const RemoteCommand &command, std::uint64_t number)
     m_unanswered = Unanswered{number, command.line};
     m_isBroken = !m_pending.isEmpty();
     m_batch.clear();
-    if (m_isBroken && ++m_losses >= kPatientLosses && !m_bodyLimit) {
-        m_bodyLimit = kShortBodyBytes;
+    if (m_isBroken && m_isDivisible && ++m_losses >= kPatientLosses) {
+        shortenBodies(); // a line that breaks often still lets short ones through
     }
 }
 

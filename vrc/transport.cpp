@@ -381,7 +381,8 @@ void Transport::noteFigures()
     m_figures.receivedBytes = static_cast<std::uint64_t>(received);
     m_figures.elapsed = std::chrono::microseconds(elapsed);
     m_figures.isNewConnection = connections > 0;
-    // The transport library starts over by itself when a kept connection is gone, but cannot read the body once more.
+    // The transport library starts over by itself when a kept connection is gone, but cannot read the body
+    // once more.
     m_wasReused = m_end.isConnected && (connections == 0 || m_end.code == CURLE_SEND_FAIL_REWIND);
 }
 
@@ -426,10 +427,12 @@ std::size_t Transport::writeAnswer(char *bytes, std::size_t size, std::size_t co
     return size * count;
 }
 
-std::size_t Transport::readHeader(char *, std::size_t size, std::size_t count, void *self)
+std::size_t Transport::readHeader(char *bytes, std::size_t size, std::size_t count, void *self)
 {
     auto &transport = *static_cast<Transport *>(self);
     transport.m_headerBytes += size * count;
+    const std::string_view line(bytes, size * count);
+    transport.m_end.isHeaderComplete = line == "\r\n" || line == "\n";
     transport.m_end.hasAnswerTooLong = transport.m_headerBytes > kMaxHeaderBytes;
     return transport.m_end.hasAnswerTooLong ? 0 : size * count;
 }

@@ -80,10 +80,10 @@ bool isBodyRefused(const ExchangeEnd &end)
 bool isAnswered(const ExchangeEnd &end, bool needsFrames)
 {
     if (needsFrames) {
-        return end.code == CURLE_OK && end.isAnswerOfServer;
+        return end.code == CURLE_OK && end.isAnswerOfServer && end.isHeaderComplete;
     }
     const bool hasStatus = end.code == CURLE_OK || (end.code == CURLE_WRITE_ERROR && !end.hasAnswerTooLong);
-    return hasStatus && end.status != 0 && end.status != 401 && end.status != 407 &&
+    return hasStatus && end.isHeaderComplete && end.status != 0 && end.status != 401 && end.status != 407 &&
            !isGatewayStatus(end.status);
 }
 
@@ -92,6 +92,9 @@ wire::ErrorInfo errorOf(const ExchangeEnd &end)
     const bool isRejected = end.code == CURLE_OK || end.code == CURLE_WRITE_ERROR;
     if (end.hasAnswerTooLong) {
         return wire::makeError(errors::StrangeAnswer, "the answer has header lines without end");
+    }
+    if (isRejected && end.status != 0 && !end.isHeaderComplete) {
+        return wire::makeError(errors::Network, "network error: the answer was cut off in its header");
     }
     if (isRejected && !end.isAnswerOfServer && end.status != 0) {
         return errorOfStatus(end);

@@ -20,6 +20,7 @@ struct ExchangeEnd
     bool isSessionOpen = false; // earlier requests reached the server
     bool isSingleSignOn = false;
     bool isAnswerOfServer = false; // status 200 with the media type of frames
+    bool isHeaderComplete = false; // of the answer
     bool hasAnswerTooLong = false; // header lines without end
     std::string detail;            // the transport's own words
 };

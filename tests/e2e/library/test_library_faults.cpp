@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/FaultRelay.h"
+#include "tests/support/LibraryUpload.h"
+#include "tests/support/server_process.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+/// One server for all tests of this file; each upload is a document of its own.
+class UploadFaults : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        ::setenv("VRC_STALL_TIMEOUT_MS", "1500", 1);
+        s_server = std::make_unique<ServerProcess>();
+        s_stored = 0;
+    }
+
+    static void TearDownTestSuite()
+    {
+        s_server.reset();
+        ::unsetenv("VRC_STALL_TIMEOUT_MS");
+    }
+
+    struct Traffic
+    {
+        std::uint64_t toServer = 0;
+        std::uint64_t toClient = 0;
+    };
+
+    static std::string login()
+    {
+        return "POD_USER=|" + s_server->user() + "| POD_PASSWORD=|" + s_server->password() + "|";
+    }
+
+    /// Uploads through a relay with these faults and checks what holds for every one of them.
+    Traffic upload(const std::vector<Fault> &faults, const std::string &name)
+    {
+        const std::string text = incompressibleText(200'000, ++m_seed);
+        const std::string path = m_folder.write("document", text);
+        FaultRelay relay(s_server->plainPort(), faults);
+        std::string identifier;
+        {
+            LibraryUpload print(plainConnection(relay.port()), login(), path);
+            m_isDone = print.run();
+            m_error = print.error();
+            identifier = print.identifier();
+            EXPECT_TRUE(m_isDone || m_error == "LOCAL/REQUEST/104")
+                << name << ": " << m_error << print.description() << print.failedCommand();
+        }
+        m_connections = relay.connections();
+        const std::size_t before = std::exchange(s_stored, s_server->documents().size());
+        EXPECT_EQ(s_stored - before, m_isDone ? 1U : 0U) << name;
+        EXPECT_TRUE(!m_isDone || storedText(identifier) == text) << name;
+        EXPECT_FALSE(std::filesystem::exists(path + ".tmp")) << name;
+        EXPECT_FALSE(std::filesystem::exists(path + ".tmpc")) << name;
+        return {relay.bytesToServer(), relay.bytesToClient()};
+    }
+
+    static std::string storedText(const std::string &identifier)
+    {
+        std::ifstream stream(s_server->data() / "documents" / (identifier + ".txt"), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+
+    /// The same fault at points spread over the whole upload, both ways, on the first connection.
+    void sweep(Fault::Kind kind, int points)
+    {
+        const Traffic whole = upload({}, "without a fault");
+        ASSERT_TRUE(m_isDone) << m_error;
+        for (const Fault::Way way : {Fault::Way::ToServer, Fault::Way::ToClient}) {
+            const std::uint64_t bytes = way == Fault::Way::ToServer ? whole.toServer : whole.toClient;
+            for (int point = 0; point < points; ++point) {
+                const std::uint64_t after =
+                    bytes * static_cast<std::uint64_t>(point) / static_cast<std::uint64_t>(points);
+                const std::string name =
+                    std::string(way == Fault::Way::ToServer ? "to server" : "to client") + " after " +
+                    std::to_string(after);
+                upload({{kind, way, after, 0}}, name);
+                EXPECT_TRUE(m_isDone) << name << ": " << m_error;
+            }
+        }
+    }
+
+    static std::unique_ptr<ServerProcess> s_server;
+    static std::size_t s_stored; // documents on the server
+    TemporaryFolder m_folder;
+    std::uint32_t m_seed = 0;
+    bool m_isDone = false;
+    std::string m_error;
+    std::size_t m_connections = 0;
+};
+
+std::unique_ptr<ServerProcess> UploadFaults::s_server;
+std::size_t UploadFaults::s_stored = 0;
+
+} // namespace
+
+TEST_F(UploadFaults, one_connection_does_for_an_upload)
+{
+    upload({}, "without a fault");
+    EXPECT_TRUE(m_isDone) << m_error;
+    EXPECT_EQ(m_connections, 1U);
+}
+
+TEST_F(UploadFaults, a_cut_anywhere_is_got_over)
+{
+    sweep(Fault::Kind::Cut, 14);
+}
+
+TEST_F(UploadFaults, a_reset_anywhere_is_got_over)
+{
+    sweep(Fault::Kind::Reset, 14);
+}
+
+TEST_F(UploadFaults, a_stall_anywhere_is_got_over)
+{
+    sweep(Fault::Kind::Stall, 4);
+}
+
+TEST_F(UploadFaults, a_line_that_drips_is_slow_but_good)
+{
+    upload({{Fault::Kind::Drip, Fault::Way::ToServer, 150'000, 0}}, "dripping");
+    EXPECT_TRUE(m_isDone) << m_error;
+    EXPECT_EQ(m_connections, 1U);
+}
+
+TEST_F(UploadFaults, a_line_that_breaks_every_time_still_gets_the_document_through_or_says_so)
+{
+    for (const std::uint64_t bytes : {70'000U, 100'000U, 150'000U}) {
+        const std::vector<Fault> faults(40, Fault{Fault::Kind::Reset, Fault::Way::ToServer, bytes, 0});
+        upload(faults, "each connection breaks after " + std::to_string(bytes));
+        EXPECT_TRUE(m_isDone) << m_error;
+    }
+}
+
+TEST_F(UploadFaults, a_line_that_never_carries_anything_is_a_network_error)
+{
+    upload(std::vector<Fault>(40, Fault{Fault::Kind::Cut, Fault::Way::ToClient, 0, 0}), "dead");
+    EXPECT_FALSE(m_isDone);
+}
+
+// Without TLS nothing else notices: the sizes are right, the contents are not.
+TEST_F(UploadFaults, a_corrupted_block_is_never_stored)
+{
+    const std::string path = m_folder.write("document", incompressibleText(200'000, 77));
+    FaultRelay relay(s_server->plainPort(), {{Fault::Kind::Corrupt, Fault::Way::ToServer, 100'000, 0}});
+    LibraryUpload print(plainConnection(relay.port()), login(), path);
+    EXPECT_FALSE(print.run());
+    EXPECT_EQ(print.error(), "SYSTEM/OBJECT/105") << print.failedCommand();
+    EXPECT_EQ(s_server->documents().size(), s_stored);
+}
+
+TEST_F(UploadFaults, closing_within_the_block_loop_does_not_wait_for_it)
+{
+    const std::string path = m_folder.write("document", incompressibleText(2'000'000, 5));
+    FaultRelay relay(s_server->plainPort(), {{Fault::Kind::Stall, Fault::Way::ToServer, 300'000, 0}});
+    LibraryRequest request(plainConnection(relay.port()));
+    ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + login()));
+    ASSERT_TRUE(
+        request.command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|DOC| FILENAME=|" + path + "|"));
+    ASSERT_TRUE(request.command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|B| PERSIST=|0| FILENAME=|" +
+                                path + ".b|"));
+    ASSERT_TRUE(request.command("VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|R| REPLACE=|YES|"));
+    for (int i = 0; i < 4; ++i) {
+        const std::string copy = "VR_CMD=|LOCAL:OBJECT:COPY| NAME=|B| SNAME=|DOC| NUM_BYTES=|65536| OFFSET=|";
+        ASSERT_TRUE(request.command(copy + std::to_string(65536 * i) + "|"));
+        ASSERT_TRUE(request.command("VR_CMD=|OBJECT:SEND| NAME=|B|")) << request.description();
+        ASSERT_TRUE(request.command("VR_CMD=|OBJECT:FILE_APPEND| NAME=|R| SNAME=|B|"));
+    }
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(request.command("VR_CLOSE_SESSION=|YES|")) << request.description();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1400));
+    EXPECT_EQ(relay.connections(), 2U);
+}

@@ -1,0 +1,333 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/LibraryUpload.h"
+#include "tests/support/loopback_socket.h"
+#include "tests/support/server_process.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+namespace {
+
+/// What a program says on standard output and error; its exit status is wanted to be 0.
+void runTool(const std::string &line)
+{
+    const int status = std::system((line + " > /dev/null 2>&1").c_str());
+    ASSERT_EQ(status, 0) << line;
+}
+
+/// The library in a folder of its own, with the authority that it is to trust beside it, and the program that
+/// prints.
+class InstalledClient
+{
+public:
+    explicit InstalledClient(const std::string &authority)
+    {
+        std::filesystem::create_directories(m_folder.path() / "Frameworks");
+        std::filesystem::copy(VAREK_BUILD_DIR "/Frameworks/libvrc.so", m_folder.path() / "Frameworks");
+        std::filesystem::copy(authority, m_folder.path() / "Frameworks/vrc-ca.pem");
+        std::filesystem::copy(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf",
+                              m_folder.path() / "report.pdf");
+    }
+
+    /// Exit status; what the client said is then in said().
+    int print(const std::string &connection, const std::string &login)
+    {
+        const std::string line = "LD_LIBRARY_PATH='" + m_folder.file("Frameworks") +
+                                 "' " VAREK_BUILD_DIR "/tests/upload_client '" + connection + "' '" + login +
+                                 "' '" + m_folder.file("report.pdf") + "' > '" + m_folder.file("said") +
+                                 "' 2>&1";
+        const int status = std::system(line.c_str());
+        m_said = m_folder.read("said");
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    [[nodiscard]] const std::string &said() const { return m_said; }
+
+    [[nodiscard]] const TemporaryFolder &folder() const { return m_folder; }
+
+private:
+    TemporaryFolder m_folder;
+    std::string m_said;
+};
+
+std::string connectionTo(const std::string &server, bool ssl)
+{
+    return "Unicode=\"YES\" Server=\"" + server + "\" Application=\"upload\" User=\"\" Password=\"\"" +
+           (ssl ? " Ssl=\"YES\"" : "") + " ConnectionTimeOut=\"5\"";
+}
+
+std::string loginOf(const ServerProcess &server)
+{
+    return "POD_USER=|" + server.user() + "| POD_PASSWORD=|" + server.password() + "|";
+}
+
+/// A program that is ended with this object.
+class Daemon
+{
+public:
+    explicit Daemon(const std::vector<std::string> &words)
+    {
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            std::vector<char *> arguments;
+            for (const std::string &word : words) {
+                arguments.push_back(const_cast<char *>(word.c_str()));
+            }
+            arguments.push_back(nullptr);
+            const int nothing = ::open("/dev/null", O_RDWR);
+            ::dup2(nothing, STDOUT_FILENO);
+            ::dup2(nothing, STDERR_FILENO);
+            ::execvp(arguments[0], arguments.data());
+            ::_exit(127);
+        }
+    }
+
+    Daemon(const Daemon &) = delete;
+    Daemon &operator=(const Daemon &) = delete;
+
+    ~Daemon()
+    {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+
+    /// Waits until somebody listens on the port; false when the program ended or took too long.
+    bool listensOn(int port) const
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (std::chrono::steady_clock::now() < deadline && ::waitpid(m_pid, nullptr, WNOHANG) == 0) {
+            if (LoopbackSocket::connection(port).isOpen()) {
+                return true;
+            }
+            ::poll(nullptr, 0, 20);
+        }
+        return false;
+    }
+
+private:
+    pid_t m_pid = -1;
+};
+
+int freePort()
+{
+    return LoopbackSocket::listener().port();
+}
+
+/// squid on a free port, in a folder of its own; with authentication it wants user "proxy" and password
+/// "se(cret)".
+class Squid
+{
+public:
+    explicit Squid(const std::string &scheme) : m_port(freePort())
+    {
+        ::chmod(m_folder.path().c_str(), 0755);
+        std::string text =
+            "http_port 127.0.0.1:" + std::to_string(m_port) +
+            "\ncache deny all\npinger_enable off\nshutdown_lifetime 0\ncache_log /dev/null\n"
+            "access_log none\npid_filename none\nnetdb_filename none\nvisible_hostname localhost\n";
+        if (::geteuid() == 0) {
+            text += "cache_effective_user proxy\n";
+        }
+        m_folder.write("digest", "proxy:se(cret)\n");
+        if (scheme == "basic") {
+            text += "auth_param basic program " + m_folder.write("check.sh", checker()) + "\n";
+            ::chmod(m_folder.file("check.sh").c_str(), 0755);
+        } else if (scheme == "digest") {
+            text += "auth_param digest program /usr/lib/squid/digest_file_auth " + m_folder.file("digest") +
+                    "\nauth_param digest realm test\n";
+        }
+        text += scheme.empty() ? "http_access allow all\n"
+                               : "acl known proxy_auth REQUIRED\nhttp_access allow known\n";
+        m_daemon = std::make_unique<Daemon>(
+            std::vector<std::string>{"/usr/sbin/squid", "-N", "-f", m_folder.write("squid.conf", text)});
+    }
+
+    [[nodiscard]] bool isReady() const { return m_daemon->listensOn(m_port); }
+
+    [[nodiscard]] std::string prefix(const std::string &credentials) const
+    {
+        return "proxy::http://127.0.0.1:" + std::to_string(m_port) + credentials + "::";
+    }
+
+private:
+    /// A helper of squid's: "user password" a line, percent-encoded.
+    static std::string checker()
+    {
+        return "#!/bin/sh\nwhile read -r line; do\n"
+               "case \"$line\" in 'proxy se(cret)'|'proxy se%28cret%29') echo OK;; *) echo ERR;; "
+               "esac\ndone\n";
+    }
+
+    TemporaryFolder m_folder;
+    int m_port;
+    std::unique_ptr<Daemon> m_daemon;
+};
+
+class Proxies : public testing::TestWithParam<bool>
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(std::filesystem::exists("/usr/sbin/squid")) << "install the package squid";
+    }
+
+    std::string connectionThrough(const Squid &squid, const std::string &credentials) const
+    {
+        const int port = GetParam() ? m_server.port() : m_server.plainPort();
+        return connectionTo(squid.prefix(credentials) + "127.0.0.1:" + std::to_string(port), GetParam());
+    }
+
+    ServerProcess m_server;
+    InstalledClient m_client{m_server.authority()};
+};
+
+} // namespace
+
+TEST_P(Proxies, an_open_one_lets_an_upload_pass)
+{
+    const Squid squid("");
+    ASSERT_TRUE(squid.isReady());
+    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 0) << m_client.said();
+    EXPECT_EQ(m_server.documents().size(), 1U);
+}
+
+TEST_P(Proxies, basic_authentication_is_reported_and_passed)
+{
+    const Squid squid("basic");
+    ASSERT_TRUE(squid.isReady());
+    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 1);
+    EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
+    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;wrong)"), loginOf(m_server)), 1);
+    EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
+    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), loginOf(m_server)), 0)
+        << m_client.said();
+    EXPECT_EQ(m_server.documents().size(), 1U);
+}
+
+TEST_P(Proxies, digest_authentication_is_reported_and_passed)
+{
+    const Squid squid("digest");
+    ASSERT_TRUE(squid.isReady());
+    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 1);
+    EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
+    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), loginOf(m_server)), 0)
+        << m_client.said();
+    EXPECT_EQ(m_server.documents().size(), 1U);
+}
+
+TEST_P(Proxies, one_that_cannot_reach_the_server_is_no_connection)
+{
+    const Squid squid("");
+    ASSERT_TRUE(squid.isReady());
+    const std::string nowhere =
+        connectionTo(squid.prefix("") + "127.0.0.1:" + std::to_string(freePort()), GetParam());
+    EXPECT_EQ(m_client.print(nowhere, loginOf(m_server)), 1);
+    EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/103: "));
+}
+
+INSTANTIATE_TEST_SUITE_P(Squid, Proxies, testing::Bool(),
+                         [](const auto &row) { return row.param ? "with_tls" : "plain"; });
+
+TEST(ProxyEnvironment, has_no_say)
+{
+    ServerProcess server;
+    ::setenv("http_proxy", "http://127.0.0.1:1", 1);
+    LibraryRequest request(plainConnection(server.plainPort()));
+    EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + loginOf(server))) << request.description();
+    ::unsetenv("http_proxy");
+}
+
+TEST(TlsUpload, prints_a_document)
+{
+    ServerProcess server;
+    InstalledClient client(server.authority());
+    const std::string address = "127.0.0.1:" + std::to_string(server.port());
+    EXPECT_EQ(client.print(connectionTo(address, true), loginOf(server)), 0) << client.said();
+    EXPECT_EQ(server.documents().size(), 1U);
+}
+
+TEST(TlsUpload, secrets_are_masked_in_the_socket_log)
+{
+    ServerProcess server;
+    InstalledClient client(server.authority());
+    const std::string log = client.folder().file("socket.log");
+    const std::string address = "127.0.0.1:" + std::to_string(server.port());
+    client.print(connectionTo(address, true) + " SocketLog=\"" + log + "\"", loginOf(server));
+    const std::string text = client.folder().read("socket.log");
+    EXPECT_THAT(text, testing::HasSubstr("POD_PASSWORD=|****|"));
+    EXPECT_THAT(text, testing::HasSubstr("answer success, HTTP 200"));
+    EXPECT_THAT(text, testing::Not(testing::HasSubstr(server.password())));
+}
+
+namespace {
+
+struct CertificateCase
+{
+    std::string name;
+    std::string end; // of its time
+    std::string subjectName;
+    bool isTrusted;
+    std::string check; // what the description says
+};
+
+/// key.pem and cert.pem: signed by itself, for a time and a name.
+void makeCertificate(const TemporaryFolder &folder, const CertificateCase &wanted)
+{
+    folder.write("index.txt", "");
+    folder.write("serial", "01\n");
+    const std::string config = folder.write(
+        "ca.cnf", "[ca]\ndefault_ca=d\n[d]\ndatabase=" + folder.file("index.txt") +
+                      "\nnew_certs_dir=" + folder.path().string() + "\nserial=" + folder.file("serial") +
+                      "\ndefault_md=sha256\npolicy=p\ncopy_extensions=copy\n[p]\ncommonName=supplied\n");
+    runTool("openssl req -new -newkey rsa:2048 -nodes -keyout " + folder.file("key.pem") + " -out " +
+            folder.file("request.pem") + " -subj /CN=test -addext subjectAltName=" + wanted.subjectName);
+    runTool("openssl ca -selfsign -batch -notext -config " + config + " -in " + folder.file("request.pem") +
+            " -keyfile " + folder.file("key.pem") + " -out " + folder.file("cert.pem") +
+            " -startdate 20200101000000Z -enddate " + wanted.end);
+}
+
+class BadCertificate : public testing::TestWithParam<CertificateCase>
+{};
+
+} // namespace
+
+TEST_P(BadCertificate, is_an_error_that_names_the_check)
+{
+    TemporaryFolder folder;
+    const CertificateCase &bad = GetParam();
+    const std::string key = folder.file("key.pem");
+    const std::string certificate = folder.file("cert.pem");
+    makeCertificate(folder, bad);
+    runTool("openssl req -x509 -newkey rsa:2048 -nodes -keyout " + folder.file("k") + " -out " +
+            folder.file("other.pem") + " -days 9 -subj /CN=other");
+    const int port = freePort();
+    const Daemon server({"openssl", "s_server", "-accept", "127.0.0.1:" + std::to_string(port), "-cert",
+                         certificate, "-key", key, "-quiet"});
+    ASSERT_TRUE(server.listensOn(port));
+    InstalledClient client(bad.isTrusted ? certificate : folder.file("other.pem"));
+    EXPECT_EQ(client.print(connectionTo("127.0.0.1:" + std::to_string(port), true), "X=||"), 1);
+    EXPECT_THAT(client.said(),
+                testing::StartsWith("LOCAL/REQUEST/120: the server's certificate does not verify: "));
+    EXPECT_THAT(client.said(), testing::HasSubstr(bad.check));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, BadCertificate,
+                         testing::Values(CertificateCase{"expired", "20200201000000Z", "IP:127.0.0.1", true,
+                                                         "certificate has expired"},
+                                         CertificateCase{"self_signed", "20490101000000Z", "IP:127.0.0.1",
+                                                         false, "self-signed certificate"},
+                                         CertificateCase{"of_another_host", "20490101000000Z",
+                                                         "DNS:other.example", true, "127.0.0.1"}),
+                         [](const auto &row) { return row.param.name; });
+
+TEST(ServerWithoutTls, is_no_application_server)
+{
+    ServerProcess server;
+    InstalledClient client(server.authority());
+    const std::string plain = "127.0.0.1:" + std::to_string(server.plainPort());
+    EXPECT_EQ(client.print(connectionTo(plain, true), "X=||"), 1);
+    EXPECT_THAT(client.said(), testing::AnyOf(testing::StartsWith("LOCAL/REQUEST/131"),
+                                              testing::StartsWith("LOCAL/REQUEST/103")));
+}
