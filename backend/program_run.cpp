@@ -84,6 +84,7 @@ ProgramEnd runProgram(const std::vector<std::string> &arguments)
 {
     closeFurtherDescriptorsOnExec();
     std::vector<char *> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments) {
         pointers.push_back(const_cast<char *>(argument.c_str())); // posix_spawn(3) does not change them
     }
