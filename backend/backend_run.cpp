@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cerrno>
 #include <ctime>
 #include <ostream>
 
@@ -60,12 +61,13 @@ std::string readStart(int fd, std::size_t limit)
 std::vector<MappingRule> readMapping(const BackendSurroundings &surroundings)
 {
     const FileDescriptor file(::open(surroundings.mappingFile.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (!file.isOpen()) {
+    if (!file.isOpen() && errno == ENOENT) {
         return {};
     }
-    if (!isTrustworthy(file.get())) {
+    if (!file.isOpen() || !isTrustworthy(file.get())) {
         surroundings.messages << "ERROR: " << surroundings.mappingFile
-                              << " is ignored: others than root can write it" << std::endl;
+                              << " is ignored: it must be a file, no link, that root alone can write"
+                              << std::endl;
         return {};
     }
     std::vector<std::string> problems;

@@ -251,7 +251,15 @@ TEST_F(Backend, ignores_a_mapping_that_others_can_write)
     writeFile(mapping(), "map *@* alice\n", 0666);
     const Outcome result = print(wholePdf, "bob");
     EXPECT_EQ(result.exitCode(), 5);
-    EXPECT_THAT(result.messages, HasSubstr("is ignored: others than root can write it"));
+    EXPECT_THAT(result.messages, HasSubstr("is ignored: it must be a file"));
+}
+
+TEST_F(Backend, ignores_a_mapping_that_is_a_link)
+{
+    fs::create_symlink(fileWith("elsewhere", "map *@* alice\n"), mapping());
+    const Outcome result = print(wholePdf, "bob");
+    EXPECT_EQ(result.exitCode(), 5);
+    EXPECT_THAT(result.messages, HasSubstr("is ignored: it must be a file"));
 }
 
 TEST_F(Backend, cancels_a_call_that_is_no_job)
