@@ -141,11 +141,15 @@ def start_cupsd():
 
 
 def start_display(number):
-    """Starts an X server without access control and gives the value for DISPLAY."""
-    start("Xvfb", ":%d" % number, "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-ac",
+    """Starts an X server without access control and gives the value for DISPLAY.
+
+    It must not reset itself between two clients, when it would refuse the next one for a moment."""
+    start("Xvfb", ":%d" % number, "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-ac", "-noreset",
           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    wait_until(lambda: os.path.exists("/tmp/.X11-unix/X%d" % number), "the X server listens")
-    return ":%d" % number
+    name = ":%d" % number
+    wait_until(lambda: subprocess.run(["xprop", "-root", "-display", name], stdout=subprocess.DEVNULL,
+                                      stderr=subprocess.DEVNULL, check=False).returncode == 0, "the X server answers")
+    return name
 
 
 def run_tests():

@@ -2,12 +2,14 @@
 """Printing for real: lp, cupsd, the backend, the agent in a desktop session, the program, the server and its portal."""
 
 import glob
+import http.cookiejar
 import os
 import re
 import signal
 import sqlite3
 import subprocess
 import unittest
+import urllib.request
 
 from desktop_session import DesktopSession
 from private_machine import USERS, as_user, build_dir, run, run_tests, start, start_cupsd, wait_until
@@ -33,7 +35,7 @@ def start_server():
     for user in USERS:
         subprocess.run(["/usr/sbin/vrserver", "--data", DATA, "user", "add", user], input=PASSWORD.encode() + b"\n",
                        check=True)
-    # As for a browser that does not know the authority's certificate.
+    # The test reads the portal without the authority's certificate.
     configuration = said["configuration"]
     text = contents(configuration).decode()
     with open(configuration, "w", encoding="utf-8") as file:
@@ -94,6 +96,11 @@ class WholeChain(unittest.TestCase):
     def finish(self, agent):
         self.assertEqual(agent.wait(60), 0)
 
+    def read_portal(self, address):
+        opener = urllib.request.build_opener(urllib.request.HTTPCookieProcessor(http.cookiejar.CookieJar()))
+        with opener.open(address, timeout=60) as page:
+            return page.read().decode()
+
     def test_a_document_waits_for_its_agent_and_arrives_byte_by_byte(self):
         session = SESSIONS["alice"]
         job = print_as("alice", "-t", "Annual report", "-n", "2", "/tmp/five.pdf")
@@ -112,6 +119,7 @@ class WholeChain(unittest.TestCase):
                          ["Annual report", "desk7", "alice", "alice", "Varek", "STANDARD"])
         address = wait_until(lambda: session.recorded("address"), "the browser is opened").splitlines()[-1]
         self.assertRegex(address, r"^http://[^/]+/portal\?client=vrp&VR_SESSION_ID=[^&]+&CTRL=[0-9A-F]{32}$")
+        self.assertIn("Annual report", self.read_portal(address))
         self.wait_for_empty_spool("alice")
 
     def test_two_users_print_at_once_each_in_the_own_session(self):
@@ -161,6 +169,13 @@ class WholeChain(unittest.TestCase):
         self.assertEqual(sorted(name.rsplit(".", 1)[1] for name in os.listdir(failed)), ["document", "ticket"])
         self.finish(session.start_agent("--once"))
         self.assertEqual(len(arrived()), self.before)
+
+    def test_the_launcher_shows_the_queues_settings(self):
+        session = SESSIONS["alice"]
+        settings = start(*as_user("alice", "/usr/lib/varek/bin/vrpconfig", **session.variables))
+        session.activate("Varek print - configuration")
+        session.press("Escape")
+        self.assertEqual(settings.wait(60), 0)
 
     def test_zz_uninstall_removes_queue_and_settings(self):
         run_program("-m", "uninstall", "-s", "-p", "Varek")
