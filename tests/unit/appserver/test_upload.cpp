@@ -206,10 +206,10 @@ TEST_F(Upload, a_description_with_another_size_is_refused)
 TEST_F(Upload, other_formats_are_refused)
 {
     for (const std::string &contents : {std::string("PK\x03\x04 zip"),
-                                       std::string("\x7f"
-                                                   "ELF\0\0",
-                                                   6),
-                                       std::string("a\0b", 3), std::string("<html></html>")}) {
+                                        std::string("\x7f"
+                                                    "ELF\0\0",
+                                                    6),
+                                        std::string("a\0b", 3), std::string("<html></html>")}) {
         const AnswerText answer = upload(contents, fileInfo(contents.size()));
         EXPECT_THAT(answer.lines, Contains(::testing::HasSubstr("POD/INPUT/101"))) << contents;
         services->sessions.removeIdle(std::chrono::seconds(0));
