@@ -52,7 +52,7 @@ TEST_F(BadInput, an_argument_of_131000_bytes_is_taken)
 TEST_F(BadInput, a_log_that_cannot_be_opened_is_done_without)
 {
     installPrinter();
-    for (const char *log : {"/nonexistent/run.log", "/", "/dev/full", "", ";", ";;", "\xff"}) {
+    for (const char *log : {"/nonexistent/run.log", "/", "", ";", ";;", "\xff"}) {
         EXPECT_EQ(run({"-m", "send", "-s", "-p", "Office", "-l", log}), 0) << log;
         EXPECT_EQ(m_output, "") << log;
     }
