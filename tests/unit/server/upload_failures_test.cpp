@@ -168,7 +168,16 @@ TEST_F(UploadFailure, a_silent_run_shows_no_box)
     main->silent = true;
     const std::function<void()> arrangements[] = {
         [this] { library.fail("VR_PROC=|ProcessFile|", someError, 1); },
+        [this] {
+            library.fail("VR_PROC=|ProcessFile|", {"POD", "INPUT", "101"}, 1);
+        },
+        [this] { library.answer("VR_CMD=|LOCAL:OBJECT:STRING_GET_VALUE| NAME=|FILE_ID|", "", 1); },
+        [this] { library.answer("VR_CMD=|LOCAL:OBJECT:STRINGLIST_GET_SIZE| NAME=|PRINTING_MODES|", "0", 1); },
         [this] { library.answer(serverSize, "1", 1); },
+        [this] {
+            library.answer(serverSize, "1", 1);
+            library.answer(serverSize, std::to_string(twoBlocks), 1);
+        },
         [this] { library.fail(append, someError, 1); },
         [this] { library.answer("VR_CMD=|LOCAL:OBJECT:FILE_GET_SIZE| NAME=|COMPRESSED_FILE|", "0", 1); },
         [this] {
@@ -182,6 +191,7 @@ TEST_F(UploadFailure, a_silent_run_shows_no_box)
     for (const std::function<void()> &arrange : arrangements) {
         Transcript::clear();
         scriptUpload(library, plainBytes, twoBlocks);
+        main->standardModeOffered = main->asyncModeOffered = main->tunnelModeOffered = false;
         arrange();
         EXPECT_EQ(upload(), 1);
         EXPECT_EQ(boxes(), "");
