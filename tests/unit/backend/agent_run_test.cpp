@@ -16,6 +16,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -135,8 +136,10 @@ TEST_F(Agent, hands_over_hostile_texts_as_one_argument_each)
     for (const std::string &title : titles) {
         // Written around formatTicket, as somebody else would.
         spool("1-7-0");
-        writeFile(folder() / "1-7-0.ticket", "varek-ticket 1\nqueue=Varek\ntitle=" + title + "\nhost=" +
-                                                 title + "\nuser=" + title + "\ncopies=1\ntime=1\n");
+        std::ostringstream ticket;
+        ticket << "varek-ticket 1\nqueue=Varek\ntitle=" << title << "\nhost=" << title << "\nuser=" << title
+               << "\ncopies=1\ntime=1\n";
+        writeFile(folder() / "1-7-0.ticket", ticket.str());
         fs::remove(scratch.path() / "calls");
         ASSERT_EQ(runOnce(), 0);
         const std::string call = calls();

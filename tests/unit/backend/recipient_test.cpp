@@ -7,7 +7,6 @@
 
 using backend::AccountLookup;
 using backend::chooseRecipient;
-using backend::MappingRule;
 using backend::parseMapping;
 using backend::Recipient;
 
