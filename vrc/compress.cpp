@@ -20,6 +20,7 @@ constexpr std::uint64_t kBlockBytes = 65536;
 constexpr std::uint64_t kParallelBytes = 4 * 1024 * 1024; // shorter files gain nothing from a second core
 constexpr int kJobBytes = 1024 * 1024;
 constexpr int kWorkers = 2;
+constexpr int kWindowLog = 19; // 512 KiB: what each worker holds besides its job
 
 // An empty skippable frame: magic number and length, little-endian.
 constexpr std::string_view kSkippableFrame = "\x50\x2a\x4d\x18\0\0\0\0"sv;
@@ -51,6 +52,7 @@ Context makeContext(std::uint64_t sourceBytes)
     if (sourceBytes >= kParallelBytes) {
         check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_nbWorkers, kWorkers));
         check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_jobSize, kJobBytes));
+        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_windowLog, kWindowLog));
     }
     check(ZSTD_CCtx_setPledgedSrcSize(context.get(), sourceBytes));
     return context;

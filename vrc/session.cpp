@@ -72,9 +72,11 @@ auto Session::insist(Action action)
         } catch (const BodyRefused &refusal) {
             shrinkBodies(refusal);
         } catch (const Failure &failure) {
-            const bool isLost =
-                wire::isError(failure.error(), wire::errors::Network) && m_channel.hadLostConnection();
-            if (!mayRepeat || !isLost) {
+            const bool isNetwork = wire::isError(failure.error(), wire::errors::Network);
+            if (isNetwork) {
+                learnFromLoss();
+            }
+            if (!mayRepeat || !isNetwork || !m_channel.hadLostConnection()) {
                 throw;
             }
             mayRepeat = false;

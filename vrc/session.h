@@ -80,6 +80,7 @@ private:
     void resolveUnanswered(const RemoteCommand &command, std::uint64_t lastCarriedOut);
     void sendAgain(std::uint64_t lastCarriedOut);
     void noteLoss(const RemoteCommand &command, std::uint64_t number);
+    void learnFromLoss();
     void renewNonce();
 
     const ConnectionSettings &m_settings;

@@ -116,8 +116,13 @@ void Session::noteLoss(const RemoteCommand &command, std::uint64_t number)
     m_unanswered = Unanswered{number, command.line};
     m_isBroken = !m_pending.isEmpty();
     m_batch.clear();
+}
+
+// A line that breaks often still lets short bodies through.
+void Session::learnFromLoss()
+{
     if (m_isBroken && m_isDivisible && ++m_losses >= kPatientLosses) {
-        shortenBodies(); // a line that breaks often still lets short ones through
+        shortenBodies();
     }
 }
 

@@ -264,7 +264,8 @@ bool Script::isForClients() const
 
 bool Script::isForServers() const
 {
-    return std::none_of(lines.begin(), lines.end(), [](const Line &line) { return line.kind == '~'; });
+    return std::none_of(lines.begin(), lines.end(),
+                        [](const Line &line) { return line.kind == '~' || line.kind == 'c'; });
 }
 
 std::vector<Script> readAll(const std::filesystem::path &folder)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/FaultRelay.h"
+#include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/server_process.h"
 
@@ -176,4 +177,105 @@ TEST_F(UploadFaults, closing_within_the_block_loop_does_not_wait_for_it)
     EXPECT_TRUE(request.command("VR_CLOSE_SESSION=|YES|")) << request.description();
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1400));
     EXPECT_EQ(relay.connections(), 2U);
+}
+
+// What a send does: directory, upload and portal, one after the other.
+TEST_F(UploadFaults, requests_to_the_same_server_share_a_connection)
+{
+    const std::string path = m_folder.write("document", incompressibleText(200'000, 9));
+    FaultRelay relay(s_server->plainPort(), {});
+    for (int i = 0; i < 3; ++i) {
+        LibraryUpload print(plainConnection(relay.port()), login(), path);
+        EXPECT_TRUE(print.run()) << print.description();
+        ++s_stored;
+    }
+    EXPECT_EQ(relay.connections(), 1U);
+}
+
+namespace {
+
+/// Stands before a server and takes no chunked bodies, or none that are longer than so many bytes.
+class StrictGateway
+{
+public:
+    StrictGateway(int serverPort, bool takesChunks, std::size_t maxBytes)
+        : m_peer([=, this](PeerRequest &request, LoopbackSocket &socket) {
+              const std::string body = request.readAll();
+              m_longest = std::max(m_longest.load(), request.isChunked() ? 0 : body.size());
+              if (request.isChunked() && !takesChunks) {
+                  return refuse(socket, "411 Length Required");
+              }
+              return body.size() > maxBytes ? refuse(socket, "413 Content Too Large")
+                                            : forward(serverPort, request.header(), body, socket);
+          })
+    {}
+
+    [[nodiscard]] int port() const { return m_peer.port(); }
+
+    [[nodiscard]] int refusals() const { return m_refusals; }
+
+    /// Of the bodies of known length.
+    [[nodiscard]] std::size_t longestBody() const { return m_longest; }
+
+private:
+    bool refuse(const LoopbackSocket &socket, const std::string &status)
+    {
+        ++m_refusals;
+        socket.send("HTTP/1.1 " + status + "\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
+        return false;
+    }
+
+    static bool forward(int port, const std::string &header, const std::string &body,
+                        const LoopbackSocket &socket)
+    {
+        const LoopbackSocket server = LoopbackSocket::connection(port);
+        const std::size_t end = header.find("\r\n");
+        server.send(header.substr(0, end) +
+                    "\r\nHost: x\r\nConnection: close\r\nContent-Type: "
+                    "application/vnd.varek.frames\r\nContent-Length: " +
+                    std::to_string(body.size()) + "\r\n\r\n" + body);
+        std::string answer;
+        for (std::string piece = server.receive(); !piece.empty(); piece = server.receive()) {
+            answer += piece;
+        }
+        return socket.send(HttpPeer::answer(answer.substr(answer.find("\r\n\r\n") + 4)));
+    }
+
+    std::atomic<int> m_refusals = 0;
+    std::atomic<std::size_t> m_longest = 0;
+    HttpPeer m_peer;
+};
+
+} // namespace
+
+TEST_F(UploadFaults, where_chunked_bodies_are_refused_bodies_of_known_length_go)
+{
+    const std::string path = m_folder.write("document", incompressibleText(900'000, 10));
+    StrictGateway gateway(s_server->plainPort(), false, 10'000'000);
+    LibraryUpload print(plainConnection(gateway.port()), login(), path);
+    EXPECT_TRUE(print.run()) << print.description() << print.failedCommand();
+    ++s_stored;
+    EXPECT_EQ(gateway.refusals(), 1);
+    EXPECT_LE(gateway.longestBody(), 256U * 1024 + 1024);
+    EXPECT_TRUE(storedText(print.identifier()) == incompressibleText(900'000, 10));
+}
+
+TEST_F(UploadFaults, where_long_bodies_are_refused_shorter_ones_go)
+{
+    const std::string path = m_folder.write("document", incompressibleText(900'000, 11));
+    StrictGateway gateway(s_server->plainPort(), true, 100'000);
+    LibraryUpload print(plainConnection(gateway.port()), login(), path);
+    EXPECT_TRUE(print.run()) << print.description() << print.failedCommand();
+    ++s_stored;
+    EXPECT_TRUE(storedText(print.identifier()) == incompressibleText(900'000, 11));
+}
+
+TEST_F(UploadFaults, where_not_even_a_block_passes_the_upload_fails)
+{
+    const std::string path = m_folder.write("document", incompressibleText(200'000, 12));
+    StrictGateway gateway(s_server->plainPort(), true, 20'000);
+    LibraryUpload print(plainConnection(gateway.port()), login(), path);
+    EXPECT_FALSE(print.run());
+    EXPECT_EQ(print.error(), "LOCAL/REQUEST/131") << print.description();
+    EXPECT_EQ(s_server->documents().size(), s_stored);
 }
