@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
@@ -32,7 +33,11 @@ public:
 
     ~ServerProcess()
     {
-        terminate();
+        if (terminate() != 0) {
+            // A crash, or a report of a sanitizer, must not go by unnoticed.
+            std::fprintf(stderr, "vrserver did not end well:\n%s\n", log().c_str());
+            std::abort();
+        }
         std::error_code ignored;
         std::filesystem::remove_all(m_folder, ignored);
     }

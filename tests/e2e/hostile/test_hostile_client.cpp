@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <random>
+#include <sstream>
 #include <sys/socket.h>
 #include <thread>
 
@@ -403,4 +404,69 @@ TEST_F(HostileClient, documents_and_users_survive_a_power_failure)
     EXPECT_FALSE(sessionOf(again, 51).empty());
     EXPECT_EQ(m_server.terminate(), 0);
     m_server.start();
+}
+
+TEST_F(HostileClient, many_clients_at_once_each_get_their_document_stored_whole)
+{
+    constexpr std::size_t clients = 16;
+    std::vector<std::string> contents;
+    std::vector<std::string> ids(clients);
+    for (std::size_t i = 0; i < clients; ++i) {
+        std::mt19937 random(static_cast<unsigned int>(i));
+        contents.push_back("%PDF-1.4\n");
+        for (int k = 0; k < 300'000; ++k) {
+            contents.back() += static_cast<char>(random());
+        }
+    }
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 0; i < clients; ++i) {
+            threads.emplace_back([&, i] {
+                FrameClient client(m_server);
+                ids[i] = uploadDocument(client, m_server.user(), m_server.password(), contents[i], "x.pdf",
+                                        static_cast<std::uint8_t>(i + 1));
+            });
+        }
+        m_server.configure("[Limits]\nSessions=500\n"); // while they upload
+    }
+    EXPECT_EQ(m_server.documents().size(), clients);
+    for (const auto &document : m_server.documents()) {
+        const auto found = std::ranges::find(ids, document[0]);
+        ASSERT_NE(found, ids.end());
+        std::ostringstream stored;
+        stored << std::ifstream(m_server.documentFile(document), std::ios::binary).rdbuf();
+        EXPECT_TRUE(stored.str() == contents[static_cast<std::size_t>(found - ids.begin())]);
+    }
+}
+
+TEST_F(HostileClient, requests_of_one_session_on_many_connections_are_carried_out_one_after_the_other)
+{
+    FrameClient opener(m_server);
+    const std::string id = sessionOf(opener, 1);
+    opener.ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|T|"));
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 6; ++thread) {
+        threads.emplace_back([&] {
+            FrameClient client(m_server);
+            for (int round = 0; round < 20; ++round) {
+                try {
+                    client.ask(RequestText()
+                                   .session(id, 1)
+                                   .queued(3, "VR_CMD=|OBJECT:SEND| NAME=|B|")
+                                   .file("B", std::string(1000, 'x'))
+                                   .queued(4, "VR_CMD=|OBJECT:FILE_APPEND| NAME=|T| SNAME=|B|", 0));
+                } catch (const std::exception &) {
+                    continue; // superseded by another thread's request
+                }
+            }
+        });
+    }
+    threads.clear();
+    opener.ask(RequestText()
+                   .session(id, 1)
+                   .queued(3, "VR_CMD=|OBJECT:SEND| NAME=|B|")
+                   .file("B", std::string(1000, 'x'))
+                   .queued(4, "VR_CMD=|OBJECT:FILE_APPEND| NAME=|T| SNAME=|B|", 0));
+    EXPECT_THAT(opener.ask(RequestText().session(id, 1).query("T")).lines,
+                ::testing::ElementsAre("P 4 1000", "Z 4"));
 }
