@@ -174,7 +174,8 @@ TEST_F(Configuration, ends_the_event_loop_when_it_is_shown_without_a_loop_of_its
     for (const char *name : {"okButton", "cancelButton"}) {
         ConfigDialog dialog;
         dialog.show();
-        QTimer::singleShot(0, &dialog, [&] { click(dialog, name); });
+        QTimer timer;
+        startOnce(timer, [&] { click(dialog, name); });
         EXPECT_EQ(QApplication::exec(), 0);
     }
     QApplication::setQuitOnLastWindowClosed(false);

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 /// A test of windows: a fresh application object with settings stores of its own.
@@ -30,10 +31,19 @@ protected:
         forgetExit();
     }
 
+    /// Has something done as soon as events are processed.
+    static void startOnce(QTimer &timer, const std::function<void()> &action)
+    {
+        timer.setSingleShot(true);
+        QObject::connect(&timer, &QTimer::timeout, &timer, action);
+        timer.start(0);
+    }
+
     /// A window that ended an event loop which never ran would end the next one at once.
     static void forgetExit()
     {
-        QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(0); });
+        QTimer timer;
+        startOnce(timer, [] { QCoreApplication::exit(0); });
         QCoreApplication::exec();
     }
 

@@ -85,7 +85,8 @@ TEST_F(Progress, serves_the_cancel_button_between_server_calls)
     m_run->messageWindow = &window;
     VrpsSetMessageWindow(resource::messagesSendingFile, -1);
     auto &cancel = child<QPushButton>(window, "cancelButton");
-    QTimer::singleShot(0, &cancel, [&] { cancel.click(); });
+    QTimer timer;
+    startOnce(timer, [&] { cancel.click(); });
     EXPECT_FALSE(m_run->cancelled);
     RefreshMessageWindow();
     EXPECT_TRUE(m_run->cancelled);

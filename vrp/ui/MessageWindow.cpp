@@ -87,7 +87,10 @@ void MessageWindow::createWindow()
     applyColors();
     createTextLabel();
     createCancelButtons();
-    QTimer::singleShot(0, this, &MessageWindow::doSend);
+    auto *start = new QTimer(this);
+    start->setSingleShot(true);
+    connect(start, &QTimer::timeout, this, &MessageWindow::doSend);
+    start->start(0);
 }
 
 void MessageWindow::applyFrame()
