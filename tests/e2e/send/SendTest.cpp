@@ -111,10 +111,8 @@ void SendTest::useParameters(const std::string &lines)
 
 void SendTest::setDirectories(const std::vector<std::string> &directories) const
 {
-    std::vector<std::wstring> list;
-    for (const std::string &directory : directories) {
-        list.push_back(UTF8tow(directory));
-    }
+    std::vector<std::wstring> list(directories.size());
+    std::transform(directories.begin(), directories.end(), list.begin(), UTF8tow);
     VrpsWriteServerDirectoriesToRegistry(list, true);
 }
 

@@ -32,7 +32,7 @@ int freePort()
     const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = loopback(0);
     socklen_t size = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr *>(&address), size);
+    EXPECT_EQ(::bind(socket, reinterpret_cast<sockaddr *>(&address), size), 0);
     ::getsockname(socket, reinterpret_cast<sockaddr *>(&address), &size);
     ::close(socket);
     return ntohs(address.sin_port);
