@@ -43,6 +43,7 @@ public:
     [[nodiscard]] bool awaitRequest();
     /// The header has arrived: from now on the rules of a body are in force.
     void startBody();
+
     [[nodiscard]] bool isInHeader() const { return m_phase == Phase::header; }
 
     /// No further request is read from this connection.

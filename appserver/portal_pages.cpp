@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/portal_pages.h"
 
+#include "appserver/finishing.h"
 #include "appserver/html_text.h"
-#include "appserver/print_choices.h"
 
 #include <array>
 #include <ctime>

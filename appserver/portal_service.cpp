@@ -3,8 +3,8 @@
 
 #include "appserver/AppServices.h"
 #include "appserver/ClientConnection.h"
+#include "appserver/finishing.h"
 #include "appserver/portal_pages.h"
-#include "appserver/print_choices.h"
 #include "wire/utf8.h"
 
 #include <array>

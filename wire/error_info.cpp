@@ -44,8 +44,7 @@ std::span<const ErrorKind> allErrorKinds()
         WrongOffset,      UnknownContainer,
         UnknownProcedure, BadArgument,
         CannotStore,      UnprintableFormat,
-        DocumentMissing,
-        DocumentSize,
+        DocumentMissing,  DocumentSize,
     };
     return kinds;
 }

@@ -95,7 +95,8 @@ inline constexpr ErrorKind CannotStore{"SYSTEM", "STORAGE", 101, "the server can
 inline constexpr ErrorKind UnprintableFormat{"POD", "INPUT", 101,
                                              "the document is of no format that can be printed"};
 inline constexpr ErrorKind DocumentMissing{"POD", "INPUT", 102, "the document or its description is missing"};
-inline constexpr ErrorKind DocumentSize{"POD", "INPUT", 103, "the document has not the size that its description says"};
+inline constexpr ErrorKind DocumentSize{"POD", "INPUT", 103,
+                                        "the document has not the size that its description says"};
 
 } // namespace errors
 } // namespace wire

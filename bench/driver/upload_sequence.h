@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT */
 #pragma once
 
-#include "bench/driver/command_channel.h"
+#include "bench/driver/checked_command.h"
 
 /* Seconds; the whole is everything from VrOpenRequest to VrCloseRequest, but a wait for the go-ahead. */
 struct upload_times

@@ -6,8 +6,9 @@
  * The client library of the Varek application server.
  *
  * All text is UTF-8 and zero-terminated. A request is a connection to one server with one set of credentials;
- * it may be used by one thread at a time, different requests by different threads. No function throws, and none
- * ends the process. The command language, the wire protocol and every error are described in docs/protocol.md.
+ * it may be used by one thread at a time, different requests by different threads. No function throws, and
+ * none ends the process. The command language, the wire protocol and every error are described in
+ * docs/protocol.md.
  */
 
 #ifdef __cplusplus

@@ -1,12 +1,13 @@
 /* SPDX-License-Identifier: MIT */
 /*
- * Prints a document with nothing but the public header: the whole command sequence of an upload, and where the
- * session is left open, what a portal needs. Usage:
+ * Prints a document with nothing but the public header: the whole command sequence of an upload, and where
+ * the session is left open, what a portal needs. Usage:
  *
  *     upload_client CONNECTION LOGIN DOCUMENT
  *
- * CONNECTION is a connection string, LOGIN the arguments of the login ("POD_USER=|a| POD_PASSWORD=|b|"). Prints the
- * file identifier. Exit status: 0 printed, 1 a command failed (its error on standard error), 2 wrong usage.
+ * CONNECTION is a connection string, LOGIN the arguments of the login ("POD_USER=|a| POD_PASSWORD=|b|").
+ * Prints the file identifier. Exit status: 0 printed, 1 a command failed (its error on standard error), 2
+ * wrong usage.
  */
 #include "vrc.h"
 
@@ -83,7 +84,8 @@ static int read_tunnel_services(struct upload *upload)
            command(upload, "VR_CMD=|LOCAL:OBJECT:STRING_GET_VALUE| NAME=|TUNNEL_MODE| VR_NO_ERROR=|YES|") &&
            command(upload, "VR_CMD=|OBJECT:GET| NAME=|TUNNEL_SERVICES| VR_CONTAINER=|demo|") &&
            command(upload, "VR_CMD=|LOCAL:OBJECT:TABLE_GET_NUM_ROWS| NAME=|TUNNEL_SERVICES|") &&
-           command(upload, "VR_CMD=|LOCAL:OBJECT:TABLE_GET_ROW| NAME=|TUNNEL_SERVICES| ROW=|1| MODE=|STRING|");
+           command(upload,
+                   "VR_CMD=|LOCAL:OBJECT:TABLE_GET_ROW| NAME=|TUNNEL_SERVICES| ROW=|1| MODE=|STRING|");
 }
 
 static int size_of(struct upload *upload, const char *object, long *size)
@@ -95,25 +97,29 @@ static int size_of(struct upload *upload, const char *object, long *size)
 
 static int compress_document(struct upload *upload, long *plain, long *compressed)
 {
-    return command1(upload, "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|SEND_FILE| PERSIST=|-1| FILENAME=|%s|",
+    return command1(upload,
+                    "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|SEND_FILE| PERSIST=|-1| FILENAME=|%s|",
                     upload->document) &&
            size_of(upload, "SEND_FILE", plain) &&
            command1(upload,
-                    "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|COMPRESSED_FILE| PERSIST=|0| FILENAME=|%s.tmpc|",
+                    "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|COMPRESSED_FILE| PERSIST=|0| "
+                    "FILENAME=|%s.tmpc|",
                     upload->document) &&
            command(upload, "VR_CMD=|LOCAL:OBJECT:FILE_COMPRESS| NAME=|SEND_FILE| DNAME=|COMPRESSED_FILE|") &&
            size_of(upload, "COMPRESSED_FILE", compressed) &&
-           command1(upload,
-                    "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|BLOCK_FILE| PERSIST=|0| FILENAME=|%s.tmp|",
-                    upload->document);
+           command1(
+               upload,
+               "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|BLOCK_FILE| PERSIST=|0| FILENAME=|%s.tmp|",
+               upload->document);
 }
 
 static int send_block(struct upload *upload, long offset, long bytes)
 {
     char range[128];
-    sprintf(range,
-            "VR_CMD=|LOCAL:OBJECT:COPY| NAME=|BLOCK_FILE| SNAME=|COMPRESSED_FILE| OFFSET=|%ld| NUM_BYTES=|%ld|",
-            offset, bytes);
+    sprintf(
+        range,
+        "VR_CMD=|LOCAL:OBJECT:COPY| NAME=|BLOCK_FILE| SNAME=|COMPRESSED_FILE| OFFSET=|%ld| NUM_BYTES=|%ld|",
+        offset, bytes);
     return command(upload, range) && command(upload, "VR_CMD=|OBJECT:REMOVE| NAME=|BLOCK_FILE|") &&
            command(upload, "VR_CMD=|OBJECT:SEND| NAME=|BLOCK_FILE|") &&
            command(upload, "VR_CMD=|OBJECT:FILE_APPEND| NAME=|RECEIVED_COMPRESSED_FILE| SNAME=|BLOCK_FILE|");
@@ -123,7 +129,8 @@ static int send_blocks(struct upload *upload, long compressed)
 {
     long offset;
     if (!command(upload, "VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|RECEIVED_FILE| REPLACE=|YES|") ||
-        !command(upload, "VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|RECEIVED_COMPRESSED_FILE| REPLACE=|YES|")) {
+        !command(upload,
+                 "VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|RECEIVED_COMPRESSED_FILE| REPLACE=|YES|")) {
         return 0;
     }
     for (offset = 0; offset < compressed; offset += BLOCK_BYTES) {
@@ -140,8 +147,9 @@ static int check_size(struct upload *upload, const char *object, long expected)
     const int done =
         command(upload, "VR_CMD=|OBJECT:CREATE| TYPE=|INTEGER| NAME=|SERVER_FILE_SIZE| REPLACE=|YES|") &&
         command1(upload, "VR_CMD=|OBJECT:FILE_GET_SIZE| NAME=|%s| VR_VAR=|SERVER_FILE_SIZE|", object) &&
-        command(upload, "VR_CMD=|OBJECT:INTEGER_SET_VALUE| NAME=|SERVER_FILE_SIZE| VALUE=|##SERVER_FILE_SIZE| "
-                        "VR_KEEP_VAR=|YES|") &&
+        command(upload,
+                "VR_CMD=|OBJECT:INTEGER_SET_VALUE| NAME=|SERVER_FILE_SIZE| VALUE=|##SERVER_FILE_SIZE| "
+                "VR_KEEP_VAR=|YES|") &&
         command(upload, "VR_CMD=|OBJECT:GET| NAME=|SERVER_FILE_SIZE|") &&
         command(upload, "VR_CMD=|OBJECT:REMOVE| NAME=|SERVER_FILE_SIZE|") &&
         command(upload, "VR_CMD=|LOCAL:OBJECT:INTEGER_GET_VALUE| NAME=|SERVER_FILE_SIZE|");
@@ -163,7 +171,8 @@ static int clean_up(struct upload *upload)
 static int set_info(struct upload *upload, const char *key, const char *value)
 {
     char text[COMMAND_BYTES];
-    sprintf(text, "VR_CMD=|LOCAL:OBJECT:INDSTRINGLIST_SET_VALUE| NAME=|FILE_INFO| KEY=|%s| VALUE=|%s|", key, value);
+    sprintf(text, "VR_CMD=|LOCAL:OBJECT:INDSTRINGLIST_SET_VALUE| NAME=|FILE_INFO| KEY=|%s| VALUE=|%s|", key,
+            value);
     return command(upload, text);
 }
 
@@ -171,7 +180,8 @@ static int describe_document(struct upload *upload, long plain)
 {
     char size[32];
     sprintf(size, "%ld", plain);
-    return command(upload, "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|INDSTRINGLIST| NAME=|FILE_INFO| REPLACE=|YES|") &&
+    return command(upload,
+                   "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|INDSTRINGLIST| NAME=|FILE_INFO| REPLACE=|YES|") &&
            set_info(upload, "PRINT_MODE", "STANDARD") && set_info(upload, "PRINTER_NAME", "printer") &&
            set_info(upload, "FILE_NAME", "document") && set_info(upload, "FILE_SIZE", size) &&
            set_info(upload, "WIN_MACHINE", "machine") && set_info(upload, "WIN_USER", "user") &&
@@ -183,7 +193,8 @@ static int process(struct upload *upload)
 {
     return command(upload, "VR_PROC=|ProcessFile| QUEUE=|demo|") &&
            command(upload, "VR_CMD=|OBJECT:GET| NAME=|FILE_ID|") &&
-           command(upload, "VR_CMD=|LOCAL:OBJECT:STRING_GET_VALUE| NAME=|FILE_ID|") && upload->result[0] != '\0';
+           command(upload, "VR_CMD=|LOCAL:OBJECT:STRING_GET_VALUE| NAME=|FILE_ID|") &&
+           upload->result[0] != '\0';
 }
 
 static int print_document(struct upload *upload, const char *login)
@@ -193,9 +204,10 @@ static int print_document(struct upload *upload, const char *login)
     return connect_and_log_in(upload, login) && read_modes(upload) && read_tunnel_services(upload) &&
            compress_document(upload, &plain, &compressed) && send_blocks(upload, compressed) &&
            check_size(upload, "RECEIVED_COMPRESSED_FILE", compressed) &&
-           command(upload, "VR_CMD=|OBJECT:FILE_DECOMPRESS| NAME=|RECEIVED_COMPRESSED_FILE| DNAME=|RECEIVED_FILE|") &&
-           clean_up(upload) && check_size(upload, "RECEIVED_FILE", plain) && describe_document(upload, plain) &&
-           process(upload);
+           command(upload,
+                   "VR_CMD=|OBJECT:FILE_DECOMPRESS| NAME=|RECEIVED_COMPRESSED_FILE| DNAME=|RECEIVED_FILE|") &&
+           clean_up(upload) && check_size(upload, "RECEIVED_FILE", plain) &&
+           describe_document(upload, plain) && process(upload);
 }
 
 static void report(struct upload *upload)

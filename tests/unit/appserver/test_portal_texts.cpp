@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "appserver/finishing.h"
 #include "appserver/html_text.h"
 #include "appserver/portal_pages.h"
-#include "appserver/print_choices.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

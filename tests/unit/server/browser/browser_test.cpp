@@ -37,12 +37,14 @@ public:
     QStringList opened;
 
 public Q_SLOTS:
+
     void open(const QUrl &url) { opened.append(url.toString(QUrl::FullyEncoded)); }
 
 private:
     static QStringList schemes()
     {
-        return QString::fromLatin1("http https mailto file ftp javascript data ssh x-app").split(QLatin1Char(' '));
+        return QString::fromLatin1("http https mailto file ftp javascript data ssh x-app")
+            .split(QLatin1Char(' '));
     }
 };
 
@@ -67,7 +69,8 @@ TEST_F(Browser, web_and_mail_addresses_are_opened)
 {
     const std::pair<const wchar_t *, const char *> cases[] = {
         {L"http://host/a?b=c&d=e", "http://host/a?b=c&d=e"},
-        {L"https://host:1083/portal?x=1&VR_SESSION_ID=ab&CTRL=0F", "https://host:1083/portal?x=1&VR_SESSION_ID=ab&CTRL=0F"},
+        {L"https://host:1083/portal?x=1&VR_SESSION_ID=ab&CTRL=0F",
+         "https://host:1083/portal?x=1&VR_SESSION_ID=ab&CTRL=0F"},
         {L"HTTPS://HOST/DOWNLOAD", "https://host/DOWNLOAD"},
         {L"mailto:somebody@example.org", "mailto:somebody@example.org"},
         {L"MailTo:somebody@example.org", "mailto:somebody@example.org"},

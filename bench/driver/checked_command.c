@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: MIT */
-#include "bench/driver/command_channel.h"
+#include "bench/driver/checked_command.h"
 
 #include <vrc.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "appserver/print_choices.h"
+#include "appserver/finishing.h"
 
 #include "appserver/ServerConfiguration.h"
 #include "wire/utf8.h"
