@@ -14,7 +14,7 @@ constexpr std::int64_t daySeconds = 24 * 3600;
 /// Files of sessions that ended with an earlier process are of no use.
 std::filesystem::path emptySessionFolder(const std::filesystem::path &dataFolder)
 {
-    const std::filesystem::path folder = dataFolder / "sessions";
+    std::filesystem::path folder = dataFolder / "sessions";
     std::filesystem::remove_all(folder);
     createPrivateFolder(folder);
     return folder;

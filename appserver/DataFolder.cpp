@@ -29,7 +29,7 @@ bool isWildcard(const std::string &address)
 
 } // namespace
 
-DataFolder::DataFolder(std::filesystem::path path) : m_path(std::filesystem::absolute(std::move(path)))
+DataFolder::DataFolder(const std::filesystem::path &path) : m_path(std::filesystem::absolute(path))
 {}
 
 bool DataFolder::prepare(const ListenSettings &firstSettings)

@@ -16,7 +16,7 @@ namespace appserver {
 class DataFolder
 {
 public:
-    explicit DataFolder(std::filesystem::path path);
+    explicit DataFolder(const std::filesystem::path &path);
 
     /// Creates the folder and the configuration where they are missing. True when this was the first start.
     bool prepare(const ListenSettings &firstSettings);

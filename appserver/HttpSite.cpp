@@ -70,7 +70,7 @@ HttpSite::HttpSite(AccessLog &log, PostFilter takesPost) : m_log(log), m_takesPo
     set_exception_handler(
         [](const httplib::Request &, httplib::Response &response, std::exception_ptr trouble) {
             try {
-                std::rethrow_exception(trouble);
+                std::rethrow_exception(std::move(trouble));
             } catch (const std::exception &exception) {
                 logLine(std::string("request failed: ") + exception.what());
             } catch (...) {

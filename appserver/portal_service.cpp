@@ -41,13 +41,13 @@ void setCommonHeaders(httplib::Response &response, const char *policy)
     response.set_header("Cache-Control", "no-store");
 }
 
-void setPage(httplib::Response &response, int status, std::string html)
+void setPage(httplib::Response &response, int status, const std::string &html)
 {
     response.status = status;
     setCommonHeaders(response, pagePolicy);
     response.set_header("Cross-Origin-Opener-Policy", "same-origin");
     response.set_header("X-Frame-Options", "DENY");
-    response.set_content(std::move(html), "text/html; charset=utf-8");
+    response.set_content(html, "text/html; charset=utf-8");
 }
 
 void redirect(httplib::Response &response, const std::string &path)
