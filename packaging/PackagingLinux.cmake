@@ -27,7 +27,7 @@ endfunction()
 # The package for desktops.
 install(TARGETS vrp varek-backend RUNTIME DESTINATION ${varek_lib}/setup COMPONENT print)
 install(TARGETS varek-agent RUNTIME DESTINATION /usr/bin COMPONENT print)
-install(TARGETS vrc LIBRARY DESTINATION ${varek_lib}/Frameworks COMPONENT print
+install(TARGETS vrc vrc_library LIBRARY DESTINATION ${varek_lib}/Frameworks COMPONENT print
   PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(PROGRAMS ${varek_packaging}/linux/vrp.sh DESTINATION /usr/bin RENAME vrp COMPONENT print)
 varek_install(print ${varek_lib}/setup ${varek_packaging}/ppd/Varek.ppd)

@@ -14,7 +14,7 @@ configure_file(${varek_packaging}/macos/Info.plist.in ${PROJECT_BINARY_DIR}/pack
 
 install(TARGETS vrp varek-backend RUNTIME DESTINATION "${varek_contents}/setup")
 install(TARGETS varek-agent RUNTIME DESTINATION "${varek_contents}/Helpers")
-install(TARGETS vrc LIBRARY DESTINATION "${varek_contents}/Frameworks")
+install(TARGETS vrc vrc_library LIBRARY DESTINATION "${varek_contents}/Frameworks")
 install(FILES ${varek_packaging}/ppd/Varek.ppd DESTINATION "${varek_contents}/setup")
 install(FILES ${varek_images} DESTINATION "${varek_contents}/MacOS")
 install(FILES ${PROJECT_BINARY_DIR}/packaging/Info.plist DESTINATION "${varek_contents}")

@@ -1,30 +1,82 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/include/vrc.h"
 
-#include "vrc/connection_string.h"
-#include "vrc/request.h"
+#include <dlfcn.h>
 
-#include <cstddef>
-#include <memory>
-#include <optional>
-#include <span>
+#include <string>
 
-// The C edge: handles are Request objects, and nothing is thrown across it.
+// What a program links. The library proper, libvrc-core, stands beside it and is loaded by the first request:
+// with it come the libraries for transport and TLS, which would otherwise delay a program's first window.
+
+namespace {
+
+struct Library
+{
+    decltype(&VrOpenRequest) openRequest = nullptr;
+    decltype(&VrCommand) command = nullptr;
+    decltype(&VrCloseRequest) closeRequest = nullptr;
+
+    [[nodiscard]] bool isComplete() const
+    {
+        return openRequest != nullptr && command != nullptr && closeRequest != nullptr;
+    }
+};
+
+#ifdef __APPLE__
+constexpr char coreName[] = "libvrc-core.dylib";
+#else
+constexpr char coreName[] = "libvrc-core.so";
+#endif
+
+std::string corePath()
+{
+    Dl_info own = {};
+    static const char anchor = 0;
+    if (dladdr(&anchor, &own) == 0 || own.dli_fname == nullptr) {
+        return coreName;
+    }
+    const std::string path = own.dli_fname;
+    return path.substr(0, path.rfind('/') + 1) + coreName;
+}
+
+template <typename Function>
+void find(void *core, const char *name, Function &function)
+{
+    function = reinterpret_cast<Function>(dlsym(core, name));
+}
+
+/// Complete, or without any function when the library proper cannot be loaded. It stays loaded.
+Library loadLibrary()
+{
+    Library library;
+    void *core = dlopen(corePath().c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (core == nullptr) {
+        return library;
+    }
+    find(core, "VrOpenRequest", library.openRequest);
+    find(core, "VrCommand", library.command);
+    find(core, "VrCloseRequest", library.closeRequest);
+    return library.isComplete() ? library : Library{};
+}
+
+const Library &library()
+{
+    static const Library loaded = loadLibrary();
+    return loaded;
+}
+
+} // namespace
 
 void *VrOpenRequest(const char *connection)
 {
-    if (connection == nullptr) {
-        return nullptr;
-    }
     try {
-        std::optional<vrc::ConnectionSettings> settings = vrc::parseConnectionString(connection);
-        return settings ? std::make_unique<vrc::Request>(std::move(*settings)).release() : nullptr;
-    } catch (...) { // no memory, no request
+        return library().openRequest == nullptr ? nullptr : library().openRequest(connection);
+    } catch (...) { // no memory for the path of the library
         return nullptr;
     }
 }
 
-int VrCommand(void *request, const char *command, char *result, int capacity, int *)
+int VrCommand(void *request, const char *command, char *result, int capacity, int *extra)
 {
     if (request == nullptr) {
         if (result != nullptr && capacity > 0) {
@@ -32,12 +84,12 @@ int VrCommand(void *request, const char *command, char *result, int capacity, in
         }
         return 0;
     }
-    const std::size_t room = result != nullptr && capacity > 0 ? static_cast<std::size_t>(capacity) : 0;
-    const std::span<char> buffer(result, room);
-    return static_cast<vrc::Request *>(request)->command(command == nullptr ? "" : command, buffer) ? 1 : 0;
+    return library().command(request, command, result, capacity, extra);
 }
 
 void VrCloseRequest(void *request)
 {
-    const std::unique_ptr<vrc::Request> owned(static_cast<vrc::Request *>(request));
+    if (request != nullptr) {
+        library().closeRequest(request);
+    }
 }

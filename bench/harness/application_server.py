@@ -79,7 +79,7 @@ class Driver:
     def __init__(self, build, folder, server):
         self._password = server.password
         self._program = pathlib.Path(folder) / "bin" / "upload_driver"
-        for name in ("bin/upload_driver", "Frameworks/libvrc.so"):
+        for name in ("bin/upload_driver", "Frameworks/libvrc.so", "Frameworks/libvrc-core.so"):
             target = pathlib.Path(folder) / name
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(pathlib.Path(build) / name, target)

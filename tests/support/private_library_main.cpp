@@ -18,7 +18,10 @@ constexpr char folderVariable[] = "VAREK_LIBRARY_FOLDER";
 
 int runInFolder(const std::filesystem::path &folder, char **argv)
 {
-    std::filesystem::copy_file(VAREK_BUILD_DIR "/Frameworks/libvrc.so", folder / "libvrc.so");
+    for (const char *library : {"libvrc.so", "libvrc-core.so"}) {
+        std::filesystem::copy_file(std::filesystem::path(VAREK_BUILD_DIR "/Frameworks") / library,
+                                   folder / library);
+    }
     ::setenv(folderVariable, folder.c_str(), 1);
     ::setenv("LD_LIBRARY_PATH", folder.c_str(), 1);
     const pid_t child = ::fork();

@@ -25,7 +25,10 @@ public:
     explicit InstalledClient(const std::string &authority)
     {
         std::filesystem::create_directories(m_folder.path() / "Frameworks");
-        std::filesystem::copy(VAREK_BUILD_DIR "/Frameworks/libvrc.so", m_folder.path() / "Frameworks");
+        for (const char *library : {"libvrc.so", "libvrc-core.so"}) {
+            std::filesystem::copy(std::filesystem::path(VAREK_BUILD_DIR "/Frameworks") / library,
+                                  m_folder.path() / "Frameworks");
+        }
         std::filesystem::copy(authority, m_folder.path() / "Frameworks/vrc-ca.pem");
         std::filesystem::copy(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf",
                               m_folder.path() / "report.pdf");

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/TemporaryFolder.h"
+
+#include <vrc.h>
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+constexpr char connection[] = R"(Unicode="YES" Server="127.0.0.1:9" Application="a" User="" Password="")";
+
+/// The library as a program finds it in a folder of its own.
+class LoadedLibrary : public testing::Test
+{
+protected:
+    void load(std::initializer_list<const char *> files)
+    {
+        for (const char *file : files) {
+            std::filesystem::copy(std::filesystem::path(VAREK_BUILD_DIR "/Frameworks") / file, m_folder.path());
+        }
+        // A path of its own makes it a library of its own; the sanitizers forbid unloading it.
+        m_library = dlopen(m_folder.file("libvrc.so").c_str(), RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(m_library, nullptr) << dlerror();
+        openRequest = reinterpret_cast<decltype(&VrOpenRequest)>(dlsym(m_library, "VrOpenRequest"));
+        command = reinterpret_cast<decltype(&VrCommand)>(dlsym(m_library, "VrCommand"));
+        closeRequest = reinterpret_cast<decltype(&VrCloseRequest)>(dlsym(m_library, "VrCloseRequest"));
+    }
+
+    decltype(&VrOpenRequest) openRequest = nullptr;
+    decltype(&VrCommand) command = nullptr;
+    decltype(&VrCloseRequest) closeRequest = nullptr;
+
+private:
+    TemporaryFolder m_folder;
+    void *m_library = nullptr;
+};
+
+TEST_F(LoadedLibrary, the_part_beside_it_is_found_by_the_first_request)
+{
+    load({"libvrc.so", "libvrc-core.so"});
+    void *request = openRequest(connection);
+    ASSERT_NE(request, nullptr);
+    char session[65] = "stale";
+    EXPECT_EQ(command(request, "VR_CMD=|LOCAL:REQUEST:GET_SESSION_ID|", session, sizeof session, nullptr), 1);
+    EXPECT_STREQ(session, "");
+    closeRequest(request);
+}
+
+TEST_F(LoadedLibrary, a_missing_part_gives_no_request)
+{
+    load({"libvrc.so"});
+    EXPECT_EQ(openRequest(connection), nullptr);
+}
+
+TEST_F(LoadedLibrary, a_command_without_a_request_fails_and_clears_the_result)
+{
+    load({"libvrc.so"});
+    char result[8] = "stale";
+    EXPECT_EQ(command(nullptr, "VR_CMD=|MISC:NOP|", result, sizeof result, nullptr), 0);
+    EXPECT_STREQ(result, "");
+    closeRequest(nullptr);
+}
+
+} // namespace
