@@ -21,7 +21,8 @@ protected:
     void load(std::initializer_list<const char *> files)
     {
         for (const char *file : files) {
-            std::filesystem::copy(std::filesystem::path(VAREK_BUILD_DIR "/Frameworks") / file, m_folder.path());
+            std::filesystem::copy(std::filesystem::path(VAREK_BUILD_DIR "/Frameworks") / file,
+                                  m_folder.path());
         }
         // A path of its own makes it a library of its own; the sanitizers forbid unloading it.
         m_library = dlopen(m_folder.file("libvrc.so").c_str(), RTLD_NOW | RTLD_LOCAL);
