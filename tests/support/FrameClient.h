@@ -16,7 +16,7 @@ class FrameClient
 public:
     explicit FrameClient(const ServerProcess &server) : m_client(server.host(), server.port())
     {
-        m_client.set_ca_cert_path(server.authority().c_str());
+        m_client.set_ca_cert_path(server.authority());
         m_client.enable_server_certificate_verification(true);
         m_client.set_keep_alive(true);
         m_client.set_read_timeout(60);
@@ -78,7 +78,7 @@ inline std::string uploadDocument(FrameClient &client, const std::string &user, 
                                                    {"WIN_USER", user}});
     request.command(number++, "VR_PROC=|ProcessFile| QUEUE=|demo|");
     const AnswerText answer = client.ask(request);
-    const std::string id = answer.errors.empty() ? answer.data : answer.errors.back();
+    std::string id = answer.errors.empty() ? answer.data : answer.errors.back();
     client.ask(RequestText().session(answer.session).end());
     return id;
 }

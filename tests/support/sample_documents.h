@@ -13,11 +13,12 @@ inline std::string samplePdf(const std::string &heading)
         content += "(Line " + std::to_string(line) + " of a document that waits to be printed.) Tj T*\n";
     }
     content += "ET\n0.12 0.37 0.82 rg 72 100 451 6 re f\n";
+    const std::string page = "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents 4 0 R "
+                             "/Resources << /Font << /F1 5 0 R >> >> >>";
     const std::vector<std::string> objects{
         "<< /Type /Catalog /Pages 2 0 R >>",
         "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
-        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents 4 0 R "
-        "/Resources << /Font << /F1 5 0 R >> >> >>",
+        page,
         "<< /Length " + std::to_string(content.size()) + " >>\nstream\n" + content + "endstream",
         "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>",
     };

@@ -167,6 +167,7 @@ private:
     [[noreturn]] static void execute(std::vector<std::string> words)
     {
         std::vector<char *> arguments;
+        arguments.reserve(words.size() + 1);
         for (std::string &word : words) {
             arguments.push_back(word.data());
         }

@@ -309,7 +309,7 @@ TEST_F(HostileClient, paths_sql_and_markup_in_every_field_stay_text)
     EXPECT_TRUE(std::filesystem::exists(m_server.documentFile(documents[0])));
     const std::string session = openPortalSession(client, m_server.user(), m_server.password(), answer.data);
     httplib::SSLClient browser(m_server.host(), m_server.portalPort());
-    browser.set_ca_cert_path(m_server.authority().c_str());
+    browser.set_ca_cert_path(m_server.authority());
     const auto opened = browser.Get("/portal?x=1&VR_SESSION_ID=" + session + "&CTRL=" +
                                     appserver::controlDigest(session, m_server.user(), m_server.password()));
     ASSERT_TRUE(opened);
@@ -332,7 +332,7 @@ TEST_F(HostileClient, the_portal_wants_the_digest_the_cookie_and_the_token)
     const std::string session = openPortalSession(client, m_server.user(), m_server.password(), id);
     const std::string digest = appserver::controlDigest(session, m_server.user(), m_server.password());
     httplib::SSLClient browser(m_server.host(), m_server.portalPort());
-    browser.set_ca_cert_path(m_server.authority().c_str());
+    browser.set_ca_cert_path(m_server.authority());
     const std::string address = "/portal?x=1&VR_SESSION_ID=";
     EXPECT_EQ(browser.Get(address + session + "&CTRL=" + std::string(32, 'A'))->status, 403);
     EXPECT_EQ(browser.Get(address + session)->status, 403);
@@ -376,7 +376,7 @@ TEST_F(HostileClient, no_secret_reaches_a_log)
     const std::string session = openPortalSession(client, m_server.user(), m_server.password(), id);
     const std::string digest = appserver::controlDigest(session, m_server.user(), m_server.password());
     httplib::SSLClient browser(m_server.host(), m_server.portalPort());
-    browser.set_ca_cert_path(m_server.authority().c_str());
+    browser.set_ca_cert_path(m_server.authority());
     ASSERT_EQ(browser.Get("/portal?x=1&VR_SESSION_ID=" + session + "&CTRL=" + digest)->status, 303);
     const std::string logs = m_server.accessLog() + m_server.log();
     EXPECT_THAT(logs, HasSubstr("GET \"/portal\" 303"));
@@ -444,8 +444,10 @@ TEST_F(HostileClient, requests_of_one_session_on_many_connections_are_carried_ou
     FrameClient opener(m_server);
     const std::string id = sessionOf(opener, 1);
     opener.ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|T|"));
+    constexpr int clients = 6;
     std::vector<std::jthread> threads;
-    for (int thread = 0; thread < 6; ++thread) {
+    threads.reserve(clients);
+    for (int thread = 0; thread < clients; ++thread) {
         threads.emplace_back([&] {
             FrameClient client(m_server);
             for (int round = 0; round < 20; ++round) {

@@ -125,7 +125,7 @@ TEST_F(RunModes, help_opens_the_page_of_the_user_before_that_of_the_machine)
         for (int i = 0; i < 500 && !std::filesystem::exists(path("opened")); ++i) {
             usleep(10000);
         }
-        const std::string page = content("opened");
+        std::string page = content("opened");
         std::filesystem::remove(path("opened"));
         return page;
     };
