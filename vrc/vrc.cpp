@@ -78,7 +78,7 @@ void *VrOpenRequest(const char *connection)
 
 int VrCommand(void *request, const char *command, char *result, int capacity, int *extra)
 {
-    if (request == nullptr) {
+    if (request == nullptr || library().command == nullptr) {
         if (result != nullptr && capacity > 0) {
             *result = '\0';
         }
@@ -89,7 +89,7 @@ int VrCommand(void *request, const char *command, char *result, int capacity, in
 
 void VrCloseRequest(void *request)
 {
-    if (request != nullptr) {
+    if (request != nullptr && library().closeRequest != nullptr) {
         library().closeRequest(request);
     }
 }

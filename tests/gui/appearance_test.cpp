@@ -56,7 +56,8 @@ protected:
             const std::wstring whole = id;
             const std::wstring text = whole.substr(whole.find(L';', whole.find(L';') + 1) + 1);
             if (whole.rfind(L"Dlg", 0) == 0 && whole.find(L";Position;") == std::wstring::npos) {
-                configure(id, text + L" " + text);
+                std::wstring twice = text;
+                configure(id, twice.append(L" ").append(text));
             }
         }
     }

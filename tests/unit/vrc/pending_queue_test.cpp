@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-using vrc::FileSlice;
 using vrc::PendingQueue;
 using vrc::QueuedCommand;
 using Kind = vrc::QueuedCommand::Kind;

@@ -12,7 +12,7 @@ namespace {
 std::optional<wire::Command> parsed(std::string_view line)
 {
     std::string problem;
-    const auto command = wire::parseCommand(line, problem);
+    auto command = wire::parseCommand(line, problem);
     EXPECT_EQ(command.has_value(), problem.empty()) << line << ": " << problem;
     return command;
 }
