@@ -105,8 +105,7 @@ std::uint64_t number(const std::string &text)
 
 std::string flagsOf(const wire::CommandFrame &frame)
 {
-    const std::string flags = frame.isQueued ? "queued" : "waiting";
-    return flags;
+    return frame.isQueued ? "queued" : "waiting";
 }
 
 template <class Frame>

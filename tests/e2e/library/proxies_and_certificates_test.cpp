@@ -75,6 +75,7 @@ public:
         m_pid = ::fork();
         if (m_pid == 0) {
             std::vector<char *> arguments;
+            arguments.reserve(words.size() + 1);
             for (const std::string &word : words) {
                 arguments.push_back(const_cast<char *>(word.c_str()));
             }

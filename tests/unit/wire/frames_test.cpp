@@ -8,7 +8,6 @@ using namespace std::string_literals;
 using namespace std::string_view_literals;
 using wire::Direction;
 using wire::FrameReader;
-using wire::FrameType;
 
 namespace {
 
