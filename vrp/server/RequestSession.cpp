@@ -2,8 +2,8 @@
 #include "vrp/server/RequestSession.h"
 
 #include "vrp/core/VrpMain.h"
+#include "vrp/platform/keyword.h"
 #include "vrp/server/command_channel.h"
-#include "vrp/server/keyword.h"
 #include "vrp/server/server_error.h"
 
 #include <vrc.h>

@@ -3,8 +3,8 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
+#include "vrp/platform/keyword.h"
 #include "vrp/server/command_channel.h"
-#include "vrp/server/keyword.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"

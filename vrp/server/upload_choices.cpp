@@ -3,7 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/server/keyword.h"
+#include "vrp/platform/keyword.h"
 #include "vrp/server/session_exits.h"
 #include "vrp/ui/print_choices.h"
 #include "vrp/ui/progress.h"

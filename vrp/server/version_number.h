@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "vrp/server/keyword.h"
+#include "vrp/platform/keyword.h"
 
 #include <string>
 

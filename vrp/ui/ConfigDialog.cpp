@@ -5,6 +5,7 @@
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
+#include "vrp/ui/entry_values.h"
 #include "vrp/ui/resource_text.h"
 
 #include <QCheckBox>
@@ -30,10 +31,7 @@ void storeSetting(const wchar_t *name, const QString &value, bool perUser)
 
 bool versionCheckEnabled()
 {
-    std::wstring value = VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true);
-    VrpsCleanString(value, true);
-    VrpsMakeUpper(value);
-    return value == L"YES";
+    return isYes(VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true));
 }
 
 /// Caps the width of a small widget, at more than `width` where its text needs it.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/entry_values.h"
 
+#include "vrp/platform/keyword.h"
 #include "vrp/platform/text.h"
 
 #include <QString>
@@ -79,9 +80,7 @@ void parsePosition(std::wstring_view text, int &x, int &y)
 
 bool isYes(const std::wstring &text)
 {
-    std::wstring value = QString2StdWString(QString::fromStdWString(text).trimmed());
-    VrpsMakeUpper(value);
-    return value == L"YES";
+    return keyword(text) == L"YES";
 }
 
 std::wstring styleSheetFontFamily(std::wstring_view family)
