@@ -31,7 +31,7 @@ struct DirectoryConnection
 List directoryList()
 {
     List list;
-    const std::wstring last = perUserOrMachineWide(L"Settings", L"Sdir");
+    const std::wstring last = perUserOrMachineWide(settingsGroup, L"Sdir");
     if (!last.empty()) {
         list.push_back(last);
     }
@@ -109,8 +109,8 @@ int endWithoutDirectory(DirectoryConnection &connection)
 /// The next run tries this directory first.
 void rememberDirectory(const std::wstring &entry)
 {
-    VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", entry.c_str(), true);
-    VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", entry.c_str(), false);
+    VrpsSetCompanyRegistryKey(settingsGroup, L"Sdir", entry.c_str(), true);
+    VrpsSetCompanyRegistryKey(settingsGroup, L"Sdir", entry.c_str(), false);
 }
 
 /// A key or value that cannot be read is left out.

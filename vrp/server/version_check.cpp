@@ -18,7 +18,7 @@ constexpr int answerCancel = 2;
 bool checkWanted(ParameterMap &parameters)
 {
     return keyword(parameters[L"LAST_VERSION_CHECK"]) == L"YES" &&
-           keyword(VrpsGetCompanyRegistryKey(L"Settings", L"CheckVersion", L"yes", true)) == L"YES";
+           keyword(VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true)) == L"YES";
 }
 
 bool newerVersionPublished(ParameterMap &parameters)

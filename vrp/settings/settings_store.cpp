@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr wchar_t settingsGroup[] = L"Settings";
 constexpr wchar_t serverDirectoriesGroup[] = L"ServerDirectories";
 constexpr wchar_t helpGroup[] = L"Help";
 constexpr wchar_t listEnd[] = L"NoEntry"; ///< read back where a list holds no further entry

@@ -9,12 +9,15 @@
 /// and machine-wide. Every call opens the store, does one thing and closes it. Nothing reports an error: a
 /// store that cannot be read gives the default, one that cannot be written loses the write.
 
+/// The group of what users choose and the program remembers.
+inline constexpr wchar_t settingsGroup[] = L"Settings";
+
 /// One string value of the company store; a null default is the empty text.
 std::wstring VrpsGetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *defaultValue,
                                        bool perUser);
 void VrpsSetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *value, bool perUser);
 
-/// One per-user value of the group "Settings", by default the empty text.
+/// One per-user value of that group, by default the empty text.
 std::wstring userSetting(const wchar_t *name);
 void setUserSetting(const wchar_t *name, const std::wstring &value);
 

@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr wchar_t settingsGroup[] = L"Settings";
 constexpr int defaultProxyPort = 8080;
 
 } // namespace

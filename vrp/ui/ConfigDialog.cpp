@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr wchar_t settingsGroup[] = L"Settings";
-
 QString setting(const wchar_t *name, bool perUser)
 {
     return QString::fromStdWString(VrpsGetCompanyRegistryKey(settingsGroup, name, L"", perUser));
