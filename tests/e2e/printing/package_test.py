@@ -4,29 +4,19 @@
 import glob
 import os
 import re
-import shutil
 import stat
 import subprocess
 import unittest
 
+from packages import PACKAGES, make_packages
 from private_machine import build_dir, run, run_as, run_tests, source_dir, start_cupsd
 from spool_view import documents, make_pdf, print_as, queue_attribute, tickets, wait_for_job
 
-PACKAGES = "/var/tmp/packages"
 STORES = "/etc/xdg/Varek Systems"
 # Where a package and its scripts can leave something, and what in there belongs to CUPS, to dpkg or to nobody.
 SYSTEM = ("/bin", "/etc", "/lib", "/opt", "/sbin", "/srv", "/usr", "/var", "/root/.config", "/home")
 NOT_OURS = ("/var/tmp", "/var/log", "/var/cache", "/var/lib/dpkg", "/var/lib/systemd", "/var/spool/cups", "/etc/cups",
             source_dir(), build_dir())
-
-
-def make_packages():
-    for tool, package in (("cpack", "cmake"), ("dpkg-shlibdeps", "dpkg-dev"), ("lintian", "lintian")):
-        assert shutil.which(tool), "needs the package " + package
-    os.makedirs(PACKAGES)
-    run("cpack", "--config", os.path.join(build_dir(), "CPackConfig.cmake"), "-G", "DEB", "-B", PACKAGES,
-        env={**os.environ, "HOME": "/root"}, cwd=PACKAGES)
-    return {re.match(r"[^_]*", os.path.basename(path)).group(0): path for path in glob.glob(PACKAGES + "/*.deb")}
 
 
 def newer(package):

@@ -2,7 +2,7 @@
 """A machine of its own for a test of printing: the root file system under an overlay that is thrown away, own processes,
 own network with nothing but the loopback, own users. Whatever a test installs or prints there, the real machine stays as it is.
 
-A test program calls run_tests(); it is started once more inside of the machine."""
+A test program calls run_tests(), another program run_inside(); it is started once more inside of the machine."""
 
 import os
 import pwd
@@ -152,20 +152,20 @@ def start_display(number):
     return name
 
 
-def run_tests():
-    """The main function of a test program."""
+def run_inside(body):
+    """Starts the calling program once more on a private machine, where it calls the body."""
     if _INSIDE in os.environ:
         _enter_overlay(os.environ[_INSIDE])
         _create_users()
         run("ip", "link", "set", "lo", "up")
         run("hostname", "desk7")
-        unittest.main(verbosity=2)
+        body()
         return
     os.environ.setdefault("PATH", "/usr/bin:/bin")
     os.environ["PATH"] += ":/usr/sbin:/sbin"
     missing = sorted({package for program, package in _NEEDED.items() if shutil.which(program) is None})
     if missing or os.geteuid() != 0:
-        sys.exit("these tests need root and the packages: " + (" ".join(missing) or "all there"))
+        sys.exit("this needs root and the packages: " + (" ".join(missing) or "all there"))
     scratch = tempfile.mkdtemp(prefix="varek-machine-")
     try:
         done = subprocess.run(["unshare", "--mount", "--pid", "--net", "--uts", "--ipc", "--fork", "--kill-child",
@@ -174,3 +174,8 @@ def run_tests():
     finally:
         os.rmdir(scratch)
     sys.exit(done.returncode)
+
+
+def run_tests():
+    """The main function of a test program."""
+    run_inside(lambda: unittest.main(verbosity=2))
