@@ -41,6 +41,35 @@ def concurrent_uploads(bench):
                 goal="at most 8", limit=8)]
 
 
+def growing_crowds(bench):
+    """The server with 1, 50 and 200 clients beside nginx with as many curl processes."""
+    size = 4
+    section = f"The server with more and more clients, {bench.size(size) / MIB:.2g} MiB each, loopback"
+    rows = []
+    for clients in (1, 2, 4) if bench.quick else (1, 50, 200):
+        documents = [application_server.write_document(bench.folder / f"crowd-{index}", bench.size(size), seed=index)
+                     for index in range(clients)]
+        total = clients * bench.size(size) / MIB
+        goodputs = measure.interleaved(1 if bench.quick else 3,
+                                       ours=lambda: total / crowd_seconds(bench, documents),
+                                       curl=lambda: total / curl_crowd_seconds(bench, documents))
+        rows.append(measure.compare(section, f"{clients} at once: goodput", goodputs, unit="MiB/s"))
+        rows.append(Row(section, f"{clients} at once: peak memory of the server so far",
+                        bench.server.memory_kib("VmHWM") / 1024, unit="MiB"))
+        bench.demand_intact(documents[-1])
+    return rows
+
+
+def curl_crowd_seconds(bench, documents):
+    """As many curl processes at once, from the first start to the last end."""
+    begin = time.monotonic()
+    crowd = [subprocess.Popen(bench.line.far(*bench.curl_put_command(document, index)), stdout=subprocess.DEVNULL)
+             for index, document in enumerate(documents)]
+    if any(process.wait() != 0 for process in crowd):
+        raise RuntimeError("a PUT of curl failed")
+    return time.monotonic() - begin
+
+
 def goodput_of_one(bench, documents, size):
     """One upload after the other, from the server objects to the document's identifier."""
     seconds = 0

@@ -87,6 +87,11 @@ class Workbench(contextlib.ExitStack):
             raise RuntimeError("curl opened a second connection")
         return result["time_total"]
 
+    def curl_put_command(self, document, name):
+        """The command line of a PUT to an address of its own."""
+        return [str(word) for word in (peers.program("curl", "curl"), *self._curl_common(), "-f", "-T", document,
+                                       f"{self.put_address}/put-{name}")]
+
     def curl_get(self, enter=None):
         return self.curl("-o", "/dev/null", f"{self.put_address}/small", enter=enter)["time_total"]
 
