@@ -96,9 +96,7 @@ std::string_view encoded(const Character &character, std::string_view source)
     return source.substr(0, character.bytes);
 }
 
-} // namespace
-
-std::string cleanValue(std::string_view value)
+std::string cleanText(std::string_view value, std::size_t maxBytes)
 {
     std::string clean;
     while (!value.empty()) {
@@ -108,15 +106,26 @@ std::string cleanValue(std::string_view value)
         if (isDropped(character.code)) {
             continue;
         }
-        if (clean.empty() && bytes == "-") {
-            clean += ' ';
-        }
-        if (clean.size() + bytes.size() > maxValueBytes) {
+        if (clean.size() + bytes.size() > maxBytes) {
             break;
         }
         clean += bytes;
     }
     return clean;
+}
+
+/// "-" begins an option of the program, "##" the name of a variable in its commands.
+bool isTakenForAnother(std::string_view text)
+{
+    return text.starts_with('-') || text.starts_with("##");
+}
+
+} // namespace
+
+std::string cleanValue(std::string_view value)
+{
+    std::string clean = cleanText(value, maxValueBytes);
+    return isTakenForAnother(clean) ? ' ' + cleanText(value, maxValueBytes - 1) : clean;
 }
 
 } // namespace backend

@@ -139,10 +139,11 @@ class WholeChain(unittest.TestCase):
         for user in USERS:
             self.wait_for_empty_spool(user)
 
-    def test_a_title_cannot_give_the_program_an_option(self):
+    def test_a_title_cannot_give_the_program_an_option_or_a_variable(self):
         session = SESSIONS["alice"]
         run(*as_user("alice", "sh", "-c", "echo precious >/home/alice/precious"))
-        for title, shown in (('a" -l /home/alice/precious "b', "a' -l /home/alice/precious 'b"), ("-k", "-k")):
+        for title, shown in (('a" -l /home/alice/precious "b', "a' -l /home/alice/precious 'b"), ("-k", "-k"),
+                             ("##FILE_ID", "##FILE_ID")):
             with self.subTest(title=title):
                 self.before = len(arrived())
                 print_as("alice", "-t", title, "/tmp/one.pdf")
