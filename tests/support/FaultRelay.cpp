@@ -11,6 +11,7 @@ FaultRelay::FaultRelay(int targetPort, std::vector<Fault> faults)
 FaultRelay::~FaultRelay()
 {
     m_isEnding = true;
+    m_wake[0].shutDown();
     m_listener.shutDown();
     m_acceptor.join();
     for (Pair &pair : m_pairs) {
@@ -39,9 +40,10 @@ void FaultRelay::relay(Pair &pair)
 {
     bool isAlive = pair.server.isOpen();
     while (isAlive && !m_isEnding) {
-        std::array<pollfd, 2> entries = {
-            {{pair.client.descriptor(), POLLIN, 0}, {pair.server.descriptor(), POLLIN, 0}}};
-        ::poll(entries.data(), entries.size(), 50);
+        std::array<pollfd, 3> entries = {{{pair.client.descriptor(), POLLIN, 0},
+                                          {pair.server.descriptor(), POLLIN, 0},
+                                          {m_wake[1].descriptor(), POLLIN, 0}}};
+        ::poll(entries.data(), entries.size(), -1);
         if (entries[0].revents != 0) {
             isAlive = pass(pair, Fault::Way::ToServer);
         }
@@ -66,7 +68,7 @@ bool FaultRelay::pass(Pair &pair, Fault::Way way)
     if (bytes.empty()) {
         return false;
     }
-    (toServer ? m_toServer : m_toClient) += bytes.size();
+    note(way, bytes);
     if (isHurt) {
         const std::uint64_t harmless = pair.fault.afterBytes > passed ? pair.fault.afterBytes - passed : 0;
         passed += bytes.size();
@@ -89,13 +91,12 @@ bool FaultRelay::hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, 
         return false;
     case Fault::Kind::Stall:
         to.send(std::string_view(bytes).substr(0, harmless));
-        while (!waitForEnd(50)) {
-        }
+        waitForEnd(-1);
         return false;
     case Fault::Kind::Drip:
         return drip(pair, to, bytes);
     case Fault::Kind::Corrupt:
-        bytes[harmless] = static_cast<char>(bytes[harmless] ^ 0x55);
+        bytes[harmless] = static_cast<char>(bytes[harmless] ^ pair.fault.mask);
         pair.fault.kind = Fault::Kind::None;
         return to.send(bytes);
     case Fault::Kind::None:
@@ -111,9 +112,19 @@ bool FaultRelay::drip(Pair &pair, const LoopbackSocket &to, const std::string &b
     });
 }
 
-/// True when the relay is being ended; otherwise after that time.
+void FaultRelay::note(Fault::Way way, const std::string &bytes)
+{
+    (way == Fault::Way::ToServer ? m_toServer : m_toClient) += bytes.size();
+    if (m_isRecording) {
+        const std::lock_guard lock(m_mutex);
+        (way == Fault::Way::ToServer ? m_recordedToServer : m_recordedToClient) += bytes;
+    }
+}
+
+/// True when the relay is being ended; otherwise after that time. Negative: no limit.
 bool FaultRelay::waitForEnd(int milliseconds) const
 {
-    ::poll(nullptr, 0, milliseconds);
+    pollfd entry = {m_wake[1].descriptor(), POLLIN, 0};
+    ::poll(&entry, 1, milliseconds);
     return m_isEnding;
 }

@@ -3,10 +3,12 @@
 
 #include "tests/support/loopback_socket.h"
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <list>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -20,7 +22,7 @@ struct Fault
         Reset,   ///< both sides see a reset
         Stall,   ///< nothing moves any more, in either direction
         Drip,    ///< the rest goes through a byte at a time, one each dripMs
-        Corrupt, ///< the next byte is another one; the rest passes
+        Corrupt, ///< the next byte is changed by the mask; the rest passes
     };
     enum class Way
     {
@@ -32,10 +34,11 @@ struct Fault
     Way way = Way::ToServer;
     std::uint64_t afterBytes = 0;
     int dripMs = 1;
+    unsigned char mask = 0x55;
 };
 
 /// A TCP relay on the loopback interface that hurts connections as told: the first fault is for the first
-/// connection, and so on; the others pass unharmed.
+/// connection, and so on; the others pass unharmed. It ends at once, whatever its connections do.
 class FaultRelay
 {
 public:
@@ -53,6 +56,16 @@ public:
 
     [[nodiscard]] std::uint64_t bytesToClient() const { return m_toClient; }
 
+    /// From here on what passes is kept for recorded().
+    void record() { m_isRecording = true; }
+
+    /// The bytes of all connections one way.
+    [[nodiscard]] std::string recorded(Fault::Way way) const
+    {
+        const std::lock_guard lock(m_mutex);
+        return way == Fault::Way::ToServer ? m_recordedToServer : m_recordedToClient;
+    }
+
 private:
     struct Pair
     {
@@ -69,6 +82,7 @@ private:
     bool pass(Pair &pair, Fault::Way way);
     bool hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, std::size_t harmless);
     bool drip(Pair &pair, const LoopbackSocket &to, const std::string &bytes);
+    void note(Fault::Way way, const std::string &bytes);
     bool waitForEnd(int milliseconds) const;
 
     int m_targetPort;
@@ -79,7 +93,11 @@ private:
     std::atomic<std::size_t> m_connections = 0;
     std::atomic<std::uint64_t> m_toServer = 0;
     std::atomic<std::uint64_t> m_toClient = 0;
-    std::mutex m_mutex;
+    std::atomic<bool> m_isRecording = false;
+    std::string m_recordedToServer;
+    std::string m_recordedToClient;
+    mutable std::mutex m_mutex;
+    std::array<LoopbackSocket, 2> m_wake = LoopbackSocket::pair(); // readable at one end when the relay ends
     std::list<Pair> m_pairs;
     std::thread m_acceptor;
 };

@@ -40,9 +40,14 @@ public:
         m_identifier = isDone ? m_request.result() : "";
         m_error = isDone ? "" : m_request.error();
         m_description = isDone ? "" : m_request.description();
-        m_request.command("VR_CLOSE_SESSION=|YES|");
+        m_session =
+            m_request.command("VR_CMD=|LOCAL:REQUEST:GET_SESSION_ID|") ? m_request.result() : std::string();
+        m_isClosed = m_request.command("VR_CLOSE_SESSION=|YES|");
         return isDone;
     }
+
+    /// The name under which the server keeps the document.
+    void setFileName(const std::string &name) { m_fileName = name; }
 
     [[nodiscard]] const std::string &identifier() const { return m_identifier; }
 
@@ -51,6 +56,11 @@ public:
     [[nodiscard]] const std::string &description() const { return m_description; }
 
     [[nodiscard]] const std::string &failedCommand() const { return m_failed; }
+
+    /// Of the session that has been closed; empty when none was open.
+    [[nodiscard]] const std::string &sessionId() const { return m_session; }
+
+    [[nodiscard]] bool isSessionClosed() const { return m_isClosed; }
 
     /// Called before each block, with its number from 1.
     std::function<void(long)> beforeBlock = [](long) {};
@@ -134,7 +144,7 @@ private:
     bool describe()
     {
         return command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|INDSTRINGLIST| NAME=|FILE_INFO| REPLACE=|YES|") &&
-               setInfo("PRINT_MODE", "STANDARD") && setInfo("FILE_NAME", "document") &&
+               setInfo("PRINT_MODE", "STANDARD") && setInfo("FILE_NAME", m_fileName) &&
                setInfo("FILE_SIZE", std::to_string(localSize("SEND_FILE"))) &&
                command("VR_CMD=|OBJECT:SEND| NAME=|FILE_INFO|");
     }
@@ -142,6 +152,9 @@ private:
     LibraryRequest m_request;
     std::string m_login;
     std::string m_document;
+    std::string m_fileName = "document";
+    std::string m_session;
+    bool m_isClosed = false;
     std::string m_identifier;
     std::string m_error;
     std::string m_description;

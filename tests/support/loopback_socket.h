@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <stdexcept>
 #include <string>
@@ -53,12 +54,25 @@ public:
         if (::connect(socket.m_descriptor, asGeneric(&address), sizeof address) != 0) {
             socket.close();
         }
+        socket.sendAtOnce();
         return socket;
+    }
+
+    /// Two ends that are connected with each other.
+    static std::array<LoopbackSocket, 2> pair()
+    {
+        std::array<int, 2> ends = {-1, -1};
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+            throw std::runtime_error("cannot make a pair of sockets");
+        }
+        return {LoopbackSocket(ends[0]), LoopbackSocket(ends[1])};
     }
 
     [[nodiscard]] LoopbackSocket accept() const
     {
-        return LoopbackSocket(::accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC));
+        LoopbackSocket socket(::accept4(m_descriptor, nullptr, nullptr, SOCK_CLOEXEC));
+        socket.sendAtOnce();
+        return socket;
     }
 
     [[nodiscard]] int port() const
@@ -114,6 +128,13 @@ public:
     }
 
 private:
+    /// Small pieces do not wait for the other side's acknowledgement.
+    void sendAtOnce() const
+    {
+        const int on = 1;
+        ::setsockopt(m_descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    }
+
     static sockaddr_in loopback(int port)
     {
         sockaddr_in address = {};
