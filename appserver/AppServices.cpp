@@ -58,6 +58,7 @@ void AppServices::tidyUp()
     const auto current = configuration();
     sessions.removeIdle(current->limits.sessionIdle);
     pages.removeIdle(current->limits.sessionIdle);
+    visitors.removeIdle(current->limits.sessionIdle);
     documents.removeOlderThan(std::time(nullptr) - current->keepDocumentDays * daySeconds);
 }
 

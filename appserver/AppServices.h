@@ -5,6 +5,7 @@
 #include "appserver/DocumentStore.h"
 #include "appserver/LoginThrottle.h"
 #include "appserver/PortalSessions.h"
+#include "appserver/PortalVisitors.h"
 #include "appserver/ServerConfiguration.h"
 #include "appserver/SessionTable.h"
 #include "appserver/UserStore.h"
@@ -37,6 +38,7 @@ public:
     LoginThrottle throttle;
     SessionTable sessions;
     PortalSessions pages;
+    PortalVisitors visitors;
 
 private:
     mutable std::mutex m_mutex;

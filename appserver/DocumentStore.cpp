@@ -106,6 +106,19 @@ std::vector<Document> DocumentStore::all()
     return documents;
 }
 
+std::vector<Document> DocumentStore::waitingFor(std::string_view owner, std::size_t most)
+{
+    std::vector<Document> documents;
+    Statement statement(m_database, "SELECT " + std::string(columns) +
+                                        " FROM documents WHERE owner = ? AND state = 'waiting' "
+                                        "ORDER BY created_at DESC, rowid DESC LIMIT ?");
+    statement.bind(1, owner).bind(2, static_cast<std::int64_t>(most));
+    while (statement.step()) {
+        documents.push_back(documentFrom(statement));
+    }
+    return documents;
+}
+
 std::filesystem::path DocumentStore::fileOf(const Document &document) const
 {
     return m_folder / (document.id + '.' + std::string(formatName(document.format)));

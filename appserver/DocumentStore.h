@@ -60,6 +60,8 @@ public:
     std::string store(FileObject &contents, Document document);
     [[nodiscard]] std::optional<Document> find(std::string_view id);
     [[nodiscard]] std::vector<Document> all();
+    /// What waits for a person's choices, newest first.
+    [[nodiscard]] std::vector<Document> waitingFor(std::string_view owner, std::size_t most);
     [[nodiscard]] std::filesystem::path fileOf(const Document &document) const;
     /// False when there is no such document, or it was confirmed before.
     bool confirm(std::string_view id, const PrintChoices &choices);

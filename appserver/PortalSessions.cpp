@@ -22,6 +22,13 @@ std::string documentOf(const ServerSession &session)
     return text != nullptr ? *text : std::string();
 }
 
+PortalPage newPage(const std::string &owner, const std::string &documentId,
+                   const std::shared_ptr<ServerSession> &session)
+{
+    return {
+        randomHex(pageIdBytes), randomHex(secretBytes), randomHex(secretBytes), owner, documentId, session};
+}
+
 } // namespace
 
 std::optional<PortalPage> PortalSessions::open(const std::shared_ptr<ServerSession> &session,
@@ -38,12 +45,13 @@ std::optional<PortalPage> PortalSessions::open(const std::shared_ptr<ServerSessi
         return std::nullopt;
     }
     use->portalOpened = true;
-    PortalPage page{randomHex(pageIdBytes), randomHex(secretBytes), randomHex(secretBytes),
-                    use->person->name,      documentOf(*session),   session};
-    const std::scoped_lock lock(m_mutex);
-    makeRoom(maxPages);
-    m_pages.insert_or_assign(page.id, Entry{page, Clock::now()});
-    return page;
+    return keep(newPage(use->person->name, documentOf(*session), session), maxPages);
+}
+
+PortalPage PortalSessions::openFor(const std::string &owner, const std::string &documentId,
+                                   std::size_t maxPages)
+{
+    return keep(newPage(owner, documentId, nullptr), maxPages);
 }
 
 std::optional<PortalPage> PortalSessions::find(std::string_view pageId, std::string_view cookie,
@@ -60,7 +68,9 @@ std::optional<PortalPage> PortalSessions::find(std::string_view pageId, std::str
         return std::nullopt;
     }
     entry.lastUse = Clock::now();
-    entry.page.session->touch();
+    if (entry.page.session) {
+        entry.page.session->touch();
+    }
     return entry.page;
 }
 
@@ -69,6 +79,14 @@ void PortalSessions::removeIdle(std::chrono::seconds maxIdle)
     const auto now = Clock::now();
     const std::scoped_lock lock(m_mutex);
     std::erase_if(m_pages, [&](const auto &entry) { return now - entry.second.lastUse >= maxIdle; });
+}
+
+PortalPage PortalSessions::keep(PortalPage page, std::size_t maxPages)
+{
+    const std::scoped_lock lock(m_mutex);
+    makeRoom(maxPages);
+    m_pages.insert_or_assign(page.id, Entry{page, Clock::now()});
+    return page;
 }
 
 void PortalSessions::makeRoom(std::size_t maxPages)

@@ -23,7 +23,7 @@ struct PortalPage
     std::string formToken; ///< proves that a form comes from our page
     std::string owner;
     std::string documentId;                 ///< empty: no document
-    std::shared_ptr<ServerSession> session; ///< kept alive by using the page
+    std::shared_ptr<ServerSession> session; ///< kept alive by using the page; may be null
 };
 
 /// The open portal pages. Safe on several threads.
@@ -34,6 +34,9 @@ public:
     /// otherwise. Takes the same time whatever is wrong.
     [[nodiscard]] std::optional<PortalPage> open(const std::shared_ptr<ServerSession> &session,
                                                  std::string_view digest, std::size_t maxPages);
+    /// A page for a document that its owner, who is logged in, asked for.
+    [[nodiscard]] PortalPage openFor(const std::string &owner, const std::string &documentId,
+                                     std::size_t maxPages);
     /// No value unless the cookie is that of the page.
     [[nodiscard]] std::optional<PortalPage> find(std::string_view pageId, std::string_view cookie,
                                                  std::chrono::seconds maxIdle);
@@ -48,6 +51,7 @@ private:
         Clock::time_point lastUse;
     };
 
+    PortalPage keep(PortalPage page, std::size_t maxPages);
     void makeRoom(std::size_t maxPages);
 
     std::mutex m_mutex;

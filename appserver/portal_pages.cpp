@@ -3,51 +3,17 @@
 
 #include "appserver/finishing.h"
 #include "appserver/html_text.h"
+#include "appserver/portal_html.h"
 
-#include <array>
-#include <ctime>
 #include <utility>
 
 namespace appserver {
 
 namespace {
 
-std::string pageAround(const PortalSettings &settings, std::string_view title, std::string_view body)
-{
-    std::string html = R"(<!DOCTYPE html>
-<html lang="en">
-<head>
-<meta charset="utf-8">
-<meta name="viewport" content="width=device-width, initial-scale=1">
-<meta name="color-scheme" content="light dark">
-<title>)";
-    html += escapedHtml(title) + " · " + escapedHtml(settings.title);
-    html += R"(</title>
-<link rel="stylesheet" href="/style.css">
-<link rel="icon" href="/mark.svg" type="image/svg+xml">
-</head>
-<body>
-<header class="bar"><img src="/mark.svg" alt="" width="28" height="28"><span>)";
-    html += escapedHtml(settings.title);
-    html += "</span></header>\n<main>\n";
-    html += body;
-    html += "</main>\n</body>\n</html>\n";
-    return html;
-}
-
-std::string attribute(std::string_view name, std::string_view value)
-{
-    return ' ' + std::string(name) + "=\"" + escapedHtml(value) + '"';
-}
-
 std::string documentPath(const PortalPage &page)
 {
     return "/job/" + page.id + "/document";
-}
-
-std::string shownName(const Document &document)
-{
-    return document.fileName.empty() ? "Untitled document" : document.fileName;
 }
 
 std::string openLink(const PortalPage &page, std::string_view label)
@@ -80,23 +46,12 @@ std::string viewerOf(const PortalPage &page, const Document &document)
            openLink(page, "Save the document") + "</p>";
 }
 
-std::string dateOf(std::int64_t seconds)
-{
-    const std::time_t time = seconds;
-    std::tm parts{};
-    ::localtime_r(&time, &parts);
-    std::array<char, 64> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%e %B %Y, %H:%M", &parts)};
-}
-
 std::string documentCard(const PortalPage &page, const Document &document)
 {
     std::string html = "<section class=\"card document\" aria-labelledby=\"name\">\n<div "
                        "class=\"head\"><div><h1 id=\"name\">";
     html += escapedHtml(shownName(document));
-    html += "</h1>\n<p class=\"facts\">" + escapedHtml(formatName(document.format)) + " · " +
-            humanBytes(document.bytes) + " · received " + escapedHtml(dateOf(document.createdAt)) +
-            "</p></div>\n";
+    html += "</h1>\n" + factsOf(document) + "</div>\n";
     html += openLink(page, "Open in a tab") + "</div>\n" + viewerOf(page, document) + "\n</section>\n";
     return html;
 }
@@ -139,9 +94,7 @@ std::string formCard(const PortalSettings &settings, const PortalPage &page, con
 {
     std::string html =
         "<section class=\"card\" aria-labelledby=\"ask\">\n<h2 id=\"ask\">How shall it be printed?</h2>\n";
-    if (!problem.empty()) {
-        html += "<p class=\"problem\" role=\"alert\">" + escapedHtml(problem) + "</p>\n";
-    }
+    html += problemBox(problem);
     html += "<form method=\"post\"" + attribute("action", "/job/" + page.id + "/confirm") +
             "><input type=\"hidden\" name=\"token\"" + attribute("value", page.formToken) +
             ">\n<div class=\"pair\">\n" + copiesField(settings, choices) + paperField(settings, choices) +

@@ -2,8 +2,9 @@
 #include "appserver/portal_service.h"
 
 #include "appserver/AppServices.h"
-#include "appserver/ClientConnection.h"
 #include "appserver/finishing.h"
+#include "appserver/portal_answers.h"
+#include "appserver/portal_documents.h"
 #include "appserver/portal_pages.h"
 #include "wire/utf8.h"
 
@@ -17,75 +18,19 @@ namespace appserver {
 
 namespace {
 
-constexpr std::size_t formMaxBytes = 16 * 1024;
 constexpr std::string_view jobPrefix = "/job/";
+constexpr std::string_view jobCookie = "job";
 constexpr std::size_t pageIdLength = 32;
 constexpr std::size_t textSampleBytes = 65536;
 
-// No script runs, nothing comes from elsewhere, nobody frames the page.
-constexpr const char *pagePolicy =
-    "default-src 'none'; style-src 'self'; img-src 'self'; object-src 'self'; "
-    "frame-src 'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'";
 // The browser's PDF viewer does not start in a sandbox.
 constexpr const char *pdfPolicy = "default-src 'none'; object-src 'self'; style-src 'unsafe-inline'; "
                                   "frame-ancestors 'self'";
 constexpr const char *filePolicy = "default-src 'none'; sandbox; frame-ancestors 'self'";
 
-void setCommonHeaders(httplib::Response &response, const char *policy)
-{
-    response.set_header("Content-Security-Policy", policy);
-    response.set_header("Referrer-Policy", "no-referrer");
-    response.set_header("X-Content-Type-Options", "nosniff");
-    response.set_header("Cross-Origin-Resource-Policy", "same-origin");
-    response.set_header("Permissions-Policy", "camera=(), microphone=(), geolocation=()");
-    response.set_header("Cache-Control", "no-store");
-}
-
-void setPage(httplib::Response &response, int status, const std::string &html)
-{
-    response.status = status;
-    setCommonHeaders(response, pagePolicy);
-    response.set_header("Cross-Origin-Opener-Policy", "same-origin");
-    response.set_header("X-Frame-Options", "DENY");
-    response.set_content(html, "text/html; charset=utf-8");
-}
-
-void redirect(httplib::Response &response, const std::string &path)
-{
-    setCommonHeaders(response, pagePolicy);
-    response.set_redirect(path, 303);
-}
-
 std::string jobPath(const PortalPage &page)
 {
     return std::string(jobPrefix) + page.id;
-}
-
-/// Browsers take a cookie of this name over TLS alone.
-std::string cookieName()
-{
-    return ClientConnection::current()->isTls() ? "__Secure-job" : "job";
-}
-
-std::string cookieFor(const PortalPage &page)
-{
-    return cookieName() + '=' + page.cookie + "; Path=" + jobPath(page) + "; HttpOnly; SameSite=Strict" +
-           (ClientConnection::current()->isTls() ? "; Secure" : "");
-}
-
-std::string cookieOf(const httplib::Request &request)
-{
-    std::string_view rest;
-    const std::string header = request.get_header_value("Cookie");
-    const std::string wanted = cookieName() + '=';
-    for (rest = header; !rest.empty();) {
-        const std::string_view cookie = trimmed(rest.substr(0, rest.find(';')));
-        rest.remove_prefix(std::min(rest.find(';'), rest.size() - 1) + 1);
-        if (cookie.starts_with(wanted)) {
-            return std::string(cookie.substr(wanted.size()));
-        }
-    }
-    return {};
 }
 
 /// /job/<page>, /job/<page>/document or /job/<page>/confirm.
@@ -136,8 +81,7 @@ public:
                             "<p>It works once, and only for a while. Print the document again to get a "
                             "new one.</p>\n"));
         }
-        response.set_header("Set-Cookie", cookieFor(*page));
-        redirect(response, jobPath(*page));
+        showPage(response, *page);
     }
 
     void serveJob(const httplib::Request &request, httplib::Response &response)
@@ -176,9 +120,8 @@ public:
         const auto path = parseJobPath(request.path);
         const auto page = path ? pageOf(request, *path) : std::nullopt;
         const auto fields = parseForm(body);
-        const std::string site = request.get_header_value("Sec-Fetch-Site");
         if (!page || !fields || !equalSecrets(fieldOf(*fields, "token"), page->formToken) ||
-            (!site.empty() && site != "same-origin")) {
+            comesFromElsewhere(request)) {
             return refuseStranger(*configuration, response);
         }
         const auto document = documentOf(*page);
@@ -199,7 +142,7 @@ public:
 private:
     std::optional<PortalPage> pageOf(const httplib::Request &request, const JobPath &path)
     {
-        return m_services.pages.find(path.page, cookieOf(request),
+        return m_services.pages.find(path.page, cookieOf(request, jobCookie),
                                      m_services.configuration()->limits.sessionIdle);
     }
 
@@ -279,10 +222,11 @@ constexpr const char *helpText =
     "<li>Enter your user name and password, and choose how to print.</li>\n"
     "<li>In <em>standard</em> mode this portal opens: choose copies, paper, colour, sides and stapling, and "
     "press "
-    "<strong>Print</strong>. In <em>asynchronous</em> mode you do that later, in <em>tunnel</em> mode the "
-    "document goes "
-    "straight to the service you chose.</li>\n</ol>\n"
-    "<p>The address of the portal page works once. To see the page again, print again.</p>\n";
+    "<strong>Print</strong>. In <em>asynchronous</em> mode you do that later, under "
+    "<a href=\"/documents\">your documents</a>; in <em>tunnel</em> mode the document goes straight to the "
+    "service you chose.</li>\n</ol>\n"
+    "<p>The address of the portal page works once. A document that you have not confirmed waits under "
+    "<a href=\"/documents\">your documents</a>.</p>\n";
 
 void addStatic(HttpSite &site, const char *path, std::string_view contents, const char *type)
 {
@@ -295,6 +239,12 @@ void addStatic(HttpSite &site, const char *path, std::string_view contents, cons
 }
 
 } // namespace
+
+void showPage(httplib::Response &response, const PortalPage &page)
+{
+    setCookie(response, jobCookie, page.cookie, jobPath(page));
+    redirect(response, jobPath(page));
+}
 
 void addPortalService(HttpSite &site, AppServices &services)
 {
@@ -311,6 +261,7 @@ void addPortalService(HttpSite &site, AppServices &services)
         "/job/[0-9a-f]{32}/confirm",
         [service](const httplib::Request &request, httplib::Response &response,
                   const httplib::ContentReader &reader) { service->confirm(request, response, reader); });
+    addPortalDocuments(site, services);
     const auto help = [&services](const httplib::Request &, httplib::Response &response) {
         setPage(response, 200,
                 messagePage(services.configuration()->portal, "Printing with Varek", helpText));
@@ -324,7 +275,7 @@ void addPortalService(HttpSite &site, AppServices &services)
 bool isPortalPostPath(std::string_view path)
 {
     const auto job = parseJobPath(path);
-    return job && job->action == "confirm";
+    return (job && job->action == "confirm") || isDocumentsPostPath(path);
 }
 
 } // namespace appserver

@@ -44,7 +44,7 @@ form { display: grid; gap: 1.25rem; }
 .pair { display: grid; grid-template-columns: 1fr 1fr; gap: 1rem; }
 .field label, legend { display: block; padding: 0; margin-bottom: .375rem; font-weight: 600; font-size: .9375rem; }
 label small { font-weight: 400; color: var(--soft); }
-input[type=number], select, textarea { width: 100%; min-height: 2.75rem; padding: .5rem .75rem; font: inherit;
+input:not([type=radio]), select, textarea { width: 100%; min-height: 2.75rem; padding: .5rem .75rem; font: inherit;
   color: inherit; background: var(--field); border: 1px solid var(--line); border-radius: .5rem; }
 textarea { resize: vertical; display: block; }
 fieldset { border: 0; margin: 0; padding: 0; min-width: 0; }
@@ -69,6 +69,14 @@ dl { display: grid; grid-template-columns: auto 1fr; gap: .5rem 1.25rem; margin:
   border-top: 1px solid var(--line); }
 dt { color: var(--soft); }
 dd { margin: 0; overflow-wrap: anywhere; white-space: pre-wrap; }
+.listing { max-width: 48rem; margin: 0 auto; }
+.list { list-style: none; margin: 0; padding: 0; }
+.list li { display: flex; justify-content: space-between; align-items: center; gap: 1rem; padding: 1rem 0;
+  border-top: 1px solid var(--line); }
+.list h2 { font-size: 1.0625rem; margin-bottom: .125rem; }
+.none { margin: 2rem 0; color: var(--soft); text-align: center; }
+.quiet { min-height: 2.75rem; background: transparent; color: var(--accent); border: 1px solid var(--line); }
+.quiet:hover { background: var(--tint); }
 @media (max-width: 60rem) {
   main { padding: 1rem; }
   .bar { padding: .75rem 1rem; }

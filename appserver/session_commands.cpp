@@ -5,6 +5,7 @@
 #include "appserver/CommandFailure.h"
 #include "appserver/control_digest.h"
 #include "appserver/decompression.h"
+#include "appserver/login.h"
 #include "appserver/profile_objects.h"
 #include "appserver/session_procedures.h"
 
@@ -55,6 +56,20 @@ std::int64_t integerFrom(const std::string &text)
     return *number;
 }
 
+void demandLogin(LoginResult result)
+{
+    switch (result) {
+    case LoginResult::good:
+        return;
+    case LoginResult::unknownUser:
+        throw CommandFailure(errors::UnknownUser);
+    case LoginResult::wrongPassword:
+        throw CommandFailure(errors::WrongPassword);
+    case LoginResult::tooMany:
+        throw CommandFailure(errors::TooManyLogins);
+    }
+}
+
 CommandOutcome logIn(const CommandContext &context)
 {
     const std::string *user = context.command.find("POD_USER");
@@ -65,19 +80,9 @@ CommandOutcome logIn(const CommandContext &context)
     ServerSession &session = context.session;
     const std::string name = user != nullptr ? *user : std::string();
     const std::string secret = password != nullptr ? *password : std::string();
-    const LoginThrottle::Rule rule{context.limits.failedLogins, context.limits.failedLoginWindow};
     session.person.reset();
     session.hasPerson = false;
-    if (context.services.throttle.refuses(name, context.received.remoteAddress, rule)) {
-        throw CommandFailure(errors::TooManyLogins);
-    }
-    const UserStore::Check check = context.services.users.check(name, secret);
-    if (check != UserStore::Check::good) {
-        context.services.throttle.failed(name, context.received.remoteAddress, rule);
-        throw CommandFailure(check == UserStore::Check::unknownUser ? errors::UnknownUser
-                                                                    : errors::WrongPassword);
-    }
-    context.services.throttle.succeeded(name, context.received.remoteAddress);
+    demandLogin(checkLogin(context.services, name, secret, context.received.remoteAddress));
     session.person = Person{name, controlDigest(session.id, name, secret)};
     session.hasPerson = true;
     return {};
