@@ -9,7 +9,8 @@ LoginResult checkLogin(AppServices &services, const std::string &name, const std
                        const std::string &remoteAddress)
 {
     const auto configuration = services.configuration();
-    const LoginThrottle::Rule rule{configuration->limits.failedLogins, configuration->limits.failedLoginWindow};
+    const LoginThrottle::Rule rule{configuration->limits.failedLogins,
+                                   configuration->limits.failedLoginWindow};
     if (services.throttle.refuses(name, remoteAddress, rule)) {
         return LoginResult::tooMany;
     }

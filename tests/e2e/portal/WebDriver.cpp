@@ -74,7 +74,7 @@ WebDriver::WebDriver(const Settings &settings)
         throw std::runtime_error("cannot create a temporary folder");
     }
     m_folder = name;
-    m_client = std::make_unique<httplib::Client>("127.0.0.1", startDriver());
+    m_client = std::make_unique<httplib::Client>("127.0.0.1", runningDriver());
     m_client->set_read_timeout(120);
     m_session = call("POST", "/session", capabilities(settings, m_folder / "profile"))["sessionId"];
 }
@@ -87,6 +87,17 @@ WebDriver::~WebDriver()
     stopDriver();
     std::error_code ignored;
     std::filesystem::remove_all(m_folder, ignored);
+}
+
+int WebDriver::runningDriver()
+{
+    // It ends at once when the port that it was given for IPv4 is taken for IPv6.
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        if (const int port = startDriver()) {
+            return port;
+        }
+    }
+    throw std::runtime_error("chromedriver does not start: is the package chromium-driver installed?");
 }
 
 int WebDriver::startDriver()
@@ -110,7 +121,7 @@ int WebDriver::startDriver()
         if (at != std::string::npos) {
             port = std::atoi(text.str().c_str() + at + marker.size());
         }
-        return port != 0;
+        return port != 0 || ::waitpid(m_pid, nullptr, WNOHANG) == m_pid;
     });
     return port;
 }

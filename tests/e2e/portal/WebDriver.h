@@ -48,6 +48,8 @@ public:
 private:
     nlohmann::json call(const char *method, const std::string &path, const nlohmann::json &body = nullptr);
     [[nodiscard]] std::string element(const std::string &selector);
+    int runningDriver();
+    /// The driver's port, 0 when it ended instead.
     int startDriver();
     void stopDriver();
 

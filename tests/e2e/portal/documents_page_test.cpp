@@ -17,7 +17,8 @@ protected:
     void upload(const std::string &fileName)
     {
         FrameClient client(m_server);
-        (void)uploadDocument(client, m_server.user(), m_server.password(), "text of " + fileName, fileName, ++m_nonce);
+        (void)uploadDocument(client, m_server.user(), m_server.password(), "text of " + fileName, fileName,
+                             ++m_nonce);
     }
 
     [[nodiscard]] std::string portal() const
@@ -73,7 +74,9 @@ protected:
     static std::string valueAfter(const std::string &page, const std::string &marker)
     {
         const auto at = page.find(marker);
-        return at == std::string::npos ? "" : page.substr(at + marker.size(), page.find('"', at + marker.size()) - at - marker.size());
+        return at == std::string::npos
+                   ? ""
+                   : page.substr(at + marker.size(), page.find('"', at + marker.size()) - at - marker.size());
     }
 
     httplib::SSLClient m_site;
@@ -142,7 +145,9 @@ TEST_F(DocumentsForms, too_many_failures_are_refused_even_with_the_right_passwor
 
 TEST_F(DocumentsForms, a_form_of_another_site_does_nothing)
 {
-    EXPECT_EQ(post("/documents", credentials(m_server.password()), {{"Sec-Fetch-Site", "cross-site"}})->status, 403);
+    EXPECT_EQ(
+        post("/documents", credentials(m_server.password()), {{"Sec-Fetch-Site", "cross-site"}})->status,
+        403);
     upload("a.txt");
     httplib::Headers headers = visitor();
     const std::string page = m_site.Get("/documents", headers)->body;
@@ -172,7 +177,8 @@ TEST_F(DocumentsForms, a_document_of_somebody_else_stays_closed)
     const std::string list = m_site.Get("/documents", eve)->body;
     EXPECT_THAT(list, HasSubstr("No document waits"));
     const std::string token = valueAfter(list, "name=\"token\" value=\"");
-    EXPECT_EQ(post("/documents/open", "token=" + token + "&document=" + document, eve)->get_header_value("Location"),
+    EXPECT_EQ(post("/documents/open", "token=" + token + "&document=" + document, eve)
+                  ->get_header_value("Location"),
               "/documents");
 }
 
