@@ -23,7 +23,8 @@ std::filesystem::path emptySessionFolder(const std::filesystem::path &dataFolder
 } // namespace
 
 AppServices::AppServices(const std::filesystem::path &dataFolder, ServerConfiguration configuration)
-    : database(dataFolder / "vrserver.db"), users(database), documents(database, dataFolder / "documents"),
+    : database(dataFolder / "vrserver.db"), replayCache(std::filesystem::absolute(dataFolder / "tickets")),
+      users(database), documents(database, dataFolder / "documents"),
       sessions(emptySessionFolder(dataFolder)),
       m_configuration(std::make_shared<const ServerConfiguration>(std::move(configuration)))
 {}

@@ -33,6 +33,8 @@ public:
     void tidyUp();
 
     Database database;
+    /// A file: the tickets of single sign-on that have come lately.
+    const std::filesystem::path replayCache;
     UserStore users;
     DocumentStore documents;
     LoginThrottle throttle;

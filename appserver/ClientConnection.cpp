@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/ClientConnection.h"
 
+#include "appserver/negotiate.h"
+
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>

@@ -16,6 +16,8 @@
 
 namespace appserver {
 
+class Negotiation;
+
 /// How long a client may take, and how slow it may be.
 struct ConnectionLimits
 {
@@ -55,6 +57,11 @@ public:
     void abort();
     /// Says goodbye in a way that lets the client read the answer first.
     void close();
+
+    /// Of single sign-on, the last one on this connection; may be null.
+    [[nodiscard]] std::unique_ptr<Negotiation> &negotiation() { return m_negotiation; }
+
+    [[nodiscard]] const Negotiation *negotiation() const { return m_negotiation.get(); }
 
     [[nodiscard]] const std::string &remoteAddress() const { return m_remoteAddress; }
 
@@ -98,6 +105,7 @@ private:
     [[nodiscard]] bool waitForTls(int result, Clock::time_point deadline) const;
     [[nodiscard]] bool isTooSlow();
 
+    std::unique_ptr<Negotiation> m_negotiation;
     UniqueFd m_socket;
     ConnectionLimits m_limits;
     std::unique_ptr<SSL, SslReleaser> m_ssl;

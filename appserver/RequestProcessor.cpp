@@ -4,6 +4,7 @@
 #include "appserver/AppServices.h"
 #include "appserver/CommandFailure.h"
 #include "appserver/ServerConfiguration.h"
+#include "appserver/control_digest.h"
 #include "appserver/server_log.h"
 #include "appserver/session_procedures.h"
 #include "wire/limits.h"
@@ -66,7 +67,7 @@ void checkApplication(const ServerConfiguration &configuration, const wire::Hell
     if (!known || !user || !password) {
         throw CommandFailure(errors::ApplicationRefused);
     }
-    if (hello.singleSignOn) {
+    if (hello.singleSignOn && !configuration.singleSignOn.isOn()) {
         throw CommandFailure(errors::ApplicationRefused, "this server offers no single sign-on");
     }
 }
@@ -81,7 +82,7 @@ RequestProcessor::RequestProcessor(AppServices &services, ClientConnection *conn
 
 bool RequestProcessor::take(std::string_view piece)
 {
-    while (!piece.empty() && !m_malformed && !m_superseded) {
+    while (!piece.empty() && !m_malformed && !m_superseded && !m_wantsTicket) {
         const auto status = m_reader.take(piece);
         if (status == wire::FrameReader::Status::NeedsMore) {
             break;
@@ -91,7 +92,7 @@ bool RequestProcessor::take(std::string_view piece)
             takeFrame();
         }
     }
-    return !m_malformed && !m_superseded;
+    return !m_malformed && !m_superseded && !m_wantsTicket;
 }
 
 void RequestProcessor::takeFrame()
@@ -158,11 +159,27 @@ void RequestProcessor::onHello(std::string_view payload)
     openSession(*hello);
 }
 
+/// False when single sign-on is wanted and no good ticket has come.
+bool RequestProcessor::takeTicket(const wire::HelloFrame &hello, std::string &person)
+{
+    if (!hello.singleSignOn) {
+        return true;
+    }
+    const std::optional<std::string> user = m_ticketReader ? m_ticketReader() : std::nullopt;
+    m_wantsTicket = !user;
+    person = user.value_or(std::string());
+    return !m_wantsTicket;
+}
+
 void RequestProcessor::openSession(const wire::HelloFrame &hello)
 {
     const auto configuration = m_services.configuration();
     checkApplication(*configuration, hello);
-    const auto session = m_services.sessions.open(hello, configuration->limits.sessions);
+    std::string person;
+    if (!takeTicket(hello, person)) {
+        return;
+    }
+    const auto session = m_services.sessions.open(hello, configuration->limits.sessions, person);
     if (!session) {
         throw CommandFailure(errors::TooManySessions);
     }
@@ -176,6 +193,10 @@ void RequestProcessor::openSession(const wire::HelloFrame &hello)
     if (!session->opened) {
         session->wantsLogin = configuration->applications.find(hello.application)->second.loginWanted;
         session->closeProcedure = hello.closeProcedure;
+        if (!person.empty()) {
+            session->person = Person{person, controlDigest(session->id, {}, {})};
+            session->hasPerson = true;
+        }
         try {
             callSessionProcedure(m_services, *session, hello.openProcedure);
         } catch (...) {

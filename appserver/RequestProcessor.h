@@ -8,6 +8,7 @@
 #include "wire/frame_reader.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,11 @@ public:
     /// The connection may be null: then nobody can cut this request off.
     RequestProcessor(AppServices &services, ClientConnection *connection, std::string remoteAddress);
 
+    /// Asked for the user whom a ticket proves, when the request opens a session with single sign-on.
+    using TicketReader = std::function<std::optional<std::string>()>;
+
+    void setTicketReader(TicketReader reader) { m_ticketReader = std::move(reader); }
+
     /// The next bytes of the body, of any number. False: nothing more is read of this request.
     [[nodiscard]] bool take(std::string_view piece);
     /// The body has ended, or take() said false. Call it once.
@@ -35,6 +41,9 @@ public:
     [[nodiscard]] bool isSuperseded() const { return m_superseded; }
 
     [[nodiscard]] bool isMalformed() const { return m_malformed; }
+
+    /// Single sign-on without a good ticket: nothing has been carried out.
+    [[nodiscard]] bool wantsTicket() const { return m_wantsTicket; }
 
 private:
     /// A command whose object has not arrived yet.
@@ -56,6 +65,7 @@ private:
     void onQuery(std::string_view payload);
     void onEnd(std::string_view payload);
 
+    [[nodiscard]] bool takeTicket(const wire::HelloFrame &hello, std::string &person);
     void openSession(const wire::HelloFrame &hello);
     void use(const std::shared_ptr<ServerSession> &session);
     [[nodiscard]] bool isNext(const wire::CommandFrame &frame) const;
@@ -72,6 +82,7 @@ private:
     AppServices &m_services;
     ClientConnection *m_connection;
     std::string m_remoteAddress;
+    TicketReader m_ticketReader;
     wire::FrameReader m_reader;
     RequestAnswer m_answer;
     std::shared_ptr<ServerSession> m_session;
@@ -84,6 +95,7 @@ private:
     bool m_ended = false; ///< Q or E has come: nothing may follow
     bool m_superseded = false;
     bool m_malformed = false;
+    bool m_wantsTicket = false;
 };
 
 } // namespace appserver

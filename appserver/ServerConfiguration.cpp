@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/ServerConfiguration.h"
 
+#include "appserver/negotiate.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -173,6 +175,26 @@ PortalSettings readPortal(const IniSection &section)
     return portal;
 }
 
+SingleSignOnSettings readSingleSignOn(const IniSection &section)
+{
+    SingleSignOnSettings settings;
+    SectionReader reader(section);
+    reader.read("Keytab", settings.keytab);
+    reader.read("Realm", settings.realm);
+    reader.finish();
+    if (settings.keytab.empty() != settings.realm.empty()) {
+        rejectSetting(section, settings.keytab.empty() ? "Keytab" : "Realm",
+                      "single sign-on needs both settings");
+    }
+    if (!settings.keytab.empty() && settings.keytab[0] != '/') {
+        rejectSetting(section, "Keytab", "an absolute path is wanted, not '" + settings.keytab + "'");
+    }
+    if (settings.isOn() && !canNegotiate()) {
+        rejectSetting(section, "Realm", "this server was built without GSSAPI");
+    }
+    return settings;
+}
+
 ApplicationSettings readApplication(const IniSection &section)
 {
     ApplicationSettings application;
@@ -237,6 +259,8 @@ void readSection(const IniSection &section, ServerConfiguration &configuration)
         configuration.limits = readLimits(section);
     } else if (name == "Portal") {
         configuration.portal = readPortal(section);
+    } else if (name == "SingleSignOn") {
+        configuration.singleSignOn = readSingleSignOn(section);
     } else if (name == "Documents") {
         SectionReader reader(section);
         reader.read("KeepDays", configuration.keepDocumentDays, 1, 3650);

@@ -75,6 +75,14 @@ struct PortalSettings
     bool staple = true;
 };
 
+struct SingleSignOnSettings
+{
+    std::string keytab; ///< absolute path
+    std::string realm;  ///< whose people are this server's users
+
+    [[nodiscard]] bool isOn() const { return !realm.empty(); }
+};
+
 class ServerConfiguration
 {
 public:
@@ -84,6 +92,7 @@ public:
     ListenSettings listen;
     ServerLimits limits;
     PortalSettings portal;
+    SingleSignOnSettings singleSignOn;
     int keepDocumentDays = 7;
     std::map<std::string, ApplicationSettings, std::less<>> applications;
     std::map<std::string, DirectorySettings, std::less<>> directories;

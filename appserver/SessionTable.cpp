@@ -10,11 +10,11 @@ namespace {
 constexpr std::size_t identifierBytes = 32;
 constexpr std::chrono::seconds openingMemory{60};
 
-/// One text for three; the lengths keep different triples different.
-LookupKey credentialsOf(const wire::HelloFrame &hello)
+/// One text for all; the lengths keep different ones different.
+LookupKey credentialsOf(const wire::HelloFrame &hello, const std::string &person)
 {
     std::string text;
-    for (const std::string *part : {&hello.application, &hello.user, &hello.password}) {
+    for (const std::string *part : {&hello.application, &hello.user, &hello.password, &person}) {
         text += std::to_string(part->size()) + ':' + *part;
     }
     return lookupKey(text);
@@ -25,9 +25,10 @@ LookupKey credentialsOf(const wire::HelloFrame &hello)
 SessionTable::SessionTable(std::filesystem::path folder) : m_folder(std::move(folder))
 {}
 
-std::shared_ptr<ServerSession> SessionTable::open(const wire::HelloFrame &hello, std::size_t maxSessions)
+std::shared_ptr<ServerSession> SessionTable::open(const wire::HelloFrame &hello, std::size_t maxSessions,
+                                                  const std::string &person)
 {
-    const LookupKey credentials = credentialsOf(hello);
+    const LookupKey credentials = credentialsOf(hello, person);
     const std::scoped_lock lock(m_mutex);
     forgetOldOpenings();
     if (auto repeated = openedBy(hello, credentials)) {

@@ -24,7 +24,9 @@ public:
     /// Opens a session; a hello that is repeated within a minute gets the session that the first one opened.
     /// When there are too many, the one that is idle for the longest time among those without a person makes
     /// room; when there is none, null.
-    [[nodiscard]] std::shared_ptr<ServerSession> open(const wire::HelloFrame &hello, std::size_t maxSessions);
+    /// `person` is known by a ticket, empty without.
+    [[nodiscard]] std::shared_ptr<ServerSession> open(const wire::HelloFrame &hello, std::size_t maxSessions,
+                                                      const std::string &person = {});
     /// Null when there is none, or it expired.
     [[nodiscard]] std::shared_ptr<ServerSession> find(std::string_view id, std::chrono::seconds maxIdle);
     void remove(const std::string &id);

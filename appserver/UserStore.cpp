@@ -24,7 +24,7 @@ bool canBeSent(std::string_view text)
 
 void requireSendable(std::string_view name, std::string_view password)
 {
-    if (name.empty() || !canBeSent(name)) {
+    if (!UserStore::isUserName(name)) {
         throw std::invalid_argument("a user name has 1 to 128 bytes, no control characters and no '|'");
     }
     if (password.empty() || !canBeSent(password)) {
@@ -33,6 +33,11 @@ void requireSendable(std::string_view name, std::string_view password)
 }
 
 } // namespace
+
+bool UserStore::isUserName(std::string_view name)
+{
+    return !name.empty() && canBeSent(name);
+}
 
 bool UserStore::add(std::string_view name, std::string_view password)
 {

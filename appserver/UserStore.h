@@ -20,6 +20,9 @@ public:
         wrongPassword
     };
 
+    /// Whether a client could send it: 1 to 128 bytes, no control characters, no "|".
+    [[nodiscard]] static bool isUserName(std::string_view name);
+
     explicit UserStore(Database &database) : m_database(database) {}
 
     /// False when the name is taken. Throws std::invalid_argument for a name or a password that a client

@@ -61,6 +61,12 @@ Colour=yes
 Duplex=yes
 Staple=yes
 
+; Single sign-on with Kerberos: the keytab with the keys of HTTP/name-of-this-server, and the realm whose people are
+; this server's users (alice@REALM is alice). Both empty: off.
+[SingleSignOn]
+Keytab=
+Realm=
+
 ; Applications: the name that a client connects with, its connection user and password (these are no secrets of
 ; a person: the directory hands them out) and whether a person must log in.
 [Application directory]

@@ -4,6 +4,7 @@
 #include "appserver/AppServices.h"
 #include "appserver/ClientConnection.h"
 #include "appserver/RequestProcessor.h"
+#include "appserver/single_sign_on.h"
 #include "wire/limits.h"
 
 #include <memory>
@@ -43,12 +44,14 @@ void setAnswer(httplib::Response &response, const std::shared_ptr<RequestProcess
     });
 }
 
-void servePost(AppServices &services, const httplib::ContentReader &reader, httplib::Response &response)
+void servePost(AppServices &services, const httplib::Request &request, const httplib::ContentReader &reader,
+               httplib::Response &response)
 {
     ClientConnection *connection = ClientConnection::current();
     const std::uint64_t maxBytes = services.configuration()->limits.requestBytes;
     const auto processor =
         std::make_shared<RequestProcessor>(services, connection, connection->remoteAddress());
+    processor->setTicketReader([&] { return personOf(request, services); });
     std::uint64_t bytes = 0;
     const bool complete = reader([&](const char *data, std::size_t count) {
         bytes += count;
@@ -56,6 +59,8 @@ void servePost(AppServices &services, const httplib::ContentReader &reader, http
     });
     if (bytes > maxBytes) {
         refuse(response, 413);
+    } else if (processor->wantsTicket()) {
+        demandTicket(response);
     } else if (!complete && !processor->isMalformed()) {
         refuse(response, 400); // cut off, too slow or superseded: nobody reads this answer
     } else {
@@ -74,8 +79,9 @@ bool isTooLong(const httplib::Request &request, std::uint64_t maxBytes)
 
 void addVrcService(HttpSite &site, AppServices &services)
 {
-    site.Get(wire::kResource,
-             [](const httplib::Request &, httplib::Response &response) { response.status = 204; });
+    site.Get(wire::kResource, [&services](const httplib::Request &request, httplib::Response &response) {
+        answerGreeting(request, response, services);
+    });
     site.Post(wire::kResource, [&services](const httplib::Request &request, httplib::Response &response,
                                            const httplib::ContentReader &reader) {
         if (isTooLong(request, services.configuration()->limits.requestBytes)) {
@@ -84,7 +90,7 @@ void addVrcService(HttpSite &site, AppServices &services)
         if (request.get_header_value("Content-Type") != wire::kMediaType) {
             return refuse(response, 415);
         }
-        servePost(services, reader, response);
+        servePost(services, request, reader, response);
     });
 }
 

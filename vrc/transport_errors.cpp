@@ -36,7 +36,8 @@ wire::ErrorInfo errorOfStatus(const ExchangeEnd &end)
                                "the proxy wants credentials, or refuses those given", status);
     }
     if (end.status == 401 && end.isSingleSignOn) {
-        return wire::makeError(errors::SingleSignOn, "single sign-on failed: the server refuses it", status);
+        return wire::makeError(errors::SingleSignOn,
+                               "single sign-on failed: there is no ticket, or the server refuses it", status);
     }
     if (isGatewayStatus(end.status)) {
         return wire::makeError(end.isSessionOpen ? errors::Network : errors::CannotConnect,
