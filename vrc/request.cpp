@@ -10,6 +10,15 @@
 #include <utility>
 
 namespace vrc {
+namespace {
+
+// Its texts are so short that a string holds them within itself: making it needs no memory.
+wire::ErrorInfo outOfMemory()
+{
+    return {"LOCAL", "REQUEST", wire::errors::OutOfMemory.code, "out of memory", {}};
+}
+
+} // namespace
 
 Request::Request(ConnectionSettings settings)
     : m_settings(std::move(settings)), m_session(m_settings, m_state)
@@ -34,10 +43,8 @@ bool Request::command(std::string_view line, std::span<char> result) noexcept
         return true;
     } catch (const Failure &failure) {
         noteError(failure.error(), isQuery);
-    } catch (const std::bad_alloc &) {
-        noteError({"LOCAL", "REQUEST", wire::errors::OutOfMemory.code, "out of memory", {}}, isQuery);
-    } catch (const std::exception &error) {
-        noteError({"LOCAL", "REQUEST", wire::errors::OutOfMemory.code, error.what(), {}}, isQuery);
+    } catch (const std::exception &) { // as good as always std::bad_alloc
+        noteError(outOfMemory(), isQuery);
     }
     return false;
 }
@@ -62,10 +69,15 @@ void Request::deliver(std::string_view text, std::span<char> result) const
     result[text.size()] = '\0';
 }
 
-void Request::noteError(wire::ErrorInfo error, bool isQuery) noexcept
+void Request::noteError(const wire::ErrorInfo &error, bool isQuery) noexcept
 {
-    if (!isQuery) {
-        m_state.lastError = std::move(error);
+    if (isQuery) {
+        return;
+    }
+    try {
+        m_state.lastError = error;
+    } catch (const std::bad_alloc &) {
+        m_state.lastError = outOfMemory();
     }
 }
 

@@ -22,7 +22,7 @@ public:
 private:
     [[nodiscard]] std::string run(const wire::Command &command, std::string_view line);
     void deliver(std::string_view text, std::span<char> result) const;
-    void noteError(wire::ErrorInfo error, bool isQuery) noexcept;
+    void noteError(const wire::ErrorInfo &error, bool isQuery) noexcept;
 
     ConnectionSettings m_settings;
     LocalState m_state;

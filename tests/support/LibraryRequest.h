@@ -50,7 +50,12 @@ private:
     {
         std::array<char, 8192> buffer{};
         const std::string line = "VR_CMD=|LOCAL:REQUEST:ERROR_INFO| ERROR_STRING=|" + what + "|";
-        VrCommand(m_request, line.c_str(), buffer.data(), buffer.size(), nullptr);
+        // Asking changes nothing, so that it can be repeated where memory was short.
+        for (int tries = 0; tries < 2; ++tries) {
+            if (VrCommand(m_request, line.c_str(), buffer.data(), buffer.size(), nullptr) == 1) {
+                break;
+            }
+        }
         return buffer.data();
     }
 

@@ -57,6 +57,9 @@ public:
 
     [[nodiscard]] const std::string &failedCommand() const { return m_failed; }
 
+    /// False when the library gave no request.
+    [[nodiscard]] bool isOpen() const { return m_request.isOpen(); }
+
     /// Of the session that has been closed; empty when none was open.
     [[nodiscard]] const std::string &sessionId() const { return m_session; }
 

@@ -114,8 +114,9 @@ void SweepTable::run(const std::vector<SweepCase> &cases, unsigned workers)
     }
     m_elapsed += std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
     if (m_options.isEvery && !cases.empty()) {
-        std::fprintf(stderr, "%zu cases so far, %lld s; last: %s\n", m_cases,
-                     static_cast<long long>(m_elapsed.count() / 1000), cases.back().className.c_str());
+        std::fprintf(stderr, "%zu cases so far, %lld s; last: %s, %zu cases\n", m_cases,
+                     static_cast<long long>(m_elapsed.count() / 1000), cases.back().className.c_str(),
+                     cases.size());
     }
 }
 

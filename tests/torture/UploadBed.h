@@ -6,6 +6,7 @@
 #include "tests/torture/SweepTable.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -41,8 +42,10 @@ public:
     /// - no secret is in a description or in the socket log.
     [[nodiscard]] Verdict upload(int port, bool isTls, const std::string &document);
 
-    /// The same; and when it is refused, the next upload, straight to the server, has to succeed.
-    [[nodiscard]] Verdict uploadTwice(int port, bool isTls, const std::string &document);
+    /// The same; and when it is refused, the next upload, straight to the server and behind `mend`, has to
+    /// succeed.
+    [[nodiscard]] Verdict uploadTwice(
+        int port, bool isTls, const std::string &document, const std::function<void()> &mend = [] {});
 
     /// What the error triples of all refused cases were, and how often.
     [[nodiscard]] std::string refusals() const;

@@ -25,8 +25,9 @@ extern "C" {
  * Opens a request from a connection string of Key="value" pairs separated by single blanks: Unicode, Server,
  * Sso, SsoPrincipal, Application, User, Password, Ssl, Open, Close, SocketLog, ConnectionTimeOut (seconds).
  * Nothing is sent yet: the server is contacted by the first command that needs it. Returns null only for a
- * string that cannot be parsed, and when the part of the library that stands beside it (libvrc-core) cannot
- * be loaded. The caller owns the handle and gives it back with VrCloseRequest.
+ * string that cannot be parsed, when the part of the library that stands beside it (libvrc-core) cannot be
+ * loaded, and when there is no memory for a request. The caller owns the handle and gives it back with
+ * VrCloseRequest.
  */
 VRC_EXPORT void *VrOpenRequest(const char *connection);
 
