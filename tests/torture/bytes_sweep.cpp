@@ -27,7 +27,7 @@ struct Kind
 
 constexpr Kind kinds[] = {{"reset", Fault::Kind::Reset, false, 6},
                           {"close", Fault::Kind::Cut, false, 6},
-                          {"stall", Fault::Kind::Stall, false, 32},
+                          {"stall", Fault::Kind::Stall, false, 64},
                           {"bit", Fault::Kind::Corrupt, true, 6}};
 
 struct Document
