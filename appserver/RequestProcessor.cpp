@@ -57,6 +57,12 @@ std::string describeFailed(const wire::CommandFrame &frame, const std::optional<
            std::to_string(frame.number) + ") failed: ";
 }
 
+/// What needs an object that could not be made fails by itself: what follows is carried out.
+bool isForgiven(const std::optional<wire::Command> &command)
+{
+    return command && command->verb == wire::Verb::Command && command->name == "OBJECT:CREATE";
+}
+
 void checkApplication(const ServerConfiguration &configuration, const wire::HelloFrame &hello)
 {
     const auto found = configuration.applications.find(hello.application);
@@ -398,6 +404,8 @@ void RequestProcessor::failCommand(const Pending &pending, wire::ErrorInfo error
     m_use->lastNumber = pending.frame.number;
     if (pending.frame.isQueued) {
         error.description = describeFailed(pending.frame, pending.command) + error.description;
+    }
+    if (pending.frame.isQueued && !isForgiven(pending.command)) {
         m_use->failure = error;
     }
     RequestAnswer frames;

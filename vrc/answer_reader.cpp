@@ -119,6 +119,11 @@ void AnswerReader::takeAcknowledged(std::string_view payload)
 void AnswerReader::takeError(std::string_view payload)
 {
     wire::ErrorFrame frame = decoded(wire::decodeError(payload));
+    if (isForgiven(frame.number)) {
+        require(!m_answer.result && m_forgivenErrors++ < m_expectation.forgiven.size(), "one error too many");
+        m_answer.forgivenError = m_answer.forgivenError ? m_answer.forgivenError : std::move(frame.error);
+        return;
+    }
     std::optional<wire::ErrorInfo> &place = frame.number == 0                       ? m_answer.requestError
                                             : frame.number == m_expectation.waiting ? m_answer.error
                                                                                     : m_answer.queuedError;
@@ -126,6 +131,12 @@ void AnswerReader::takeError(std::string_view payload)
     require(frame.number == 0 || isSent, "an error of what was not sent");
     require(!place && !m_answer.result, "one error too many");
     place = std::move(frame.error);
+}
+
+bool AnswerReader::isForgiven(std::uint64_t number) const
+{
+    const std::vector<std::uint64_t> &forgiven = m_expectation.forgiven;
+    return std::find(forgiven.begin(), forgiven.end(), number) != forgiven.end();
 }
 
 void AnswerReader::takeProgress(std::string_view payload)

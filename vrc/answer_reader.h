@@ -21,10 +21,11 @@ struct Expectation
     bool isQuery = false;
     std::uint64_t firstNumber = 1; // of the commands in the request
     std::uint64_t lastNumber = 0;
-    std::uint64_t waiting = 0; // the command whose result is waited for; 0: none
-    std::string fetchedName;   // the object that it fetches; empty: none
-    std::string fetchedPath;   // where the bytes go when it is a file; empty: a new temporary file
-    bool mayTravel = false;    // small objects may follow the result, as they do for a procedure
+    std::uint64_t waiting = 0;           // the command whose result is waited for; 0: none
+    std::vector<std::uint64_t> forgiven; // queued commands whose failure is no failure of the queue
+    std::string fetchedName;             // the object that it fetches; empty: none
+    std::string fetchedPath;             // where the bytes go when it is a file; empty: a new temporary file
+    bool mayTravel = false;              // small objects may follow the result, as they do for a procedure
 };
 
 struct ReceivedObject
@@ -38,10 +39,11 @@ struct ReceivedObject
 struct Answer
 {
     std::optional<wire::WelcomeFrame> welcome;
-    std::optional<wire::ErrorInfo> requestError; // of the request as a whole
-    std::optional<wire::ErrorInfo> queuedError;  // the first queued command that failed
-    std::optional<wire::ErrorInfo> error;        // of the command that is waited for
-    std::optional<std::string> result;           // of that command
+    std::optional<wire::ErrorInfo> requestError;  // of the request as a whole
+    std::optional<wire::ErrorInfo> queuedError;   // of the first queued command that failed
+    std::optional<wire::ErrorInfo> forgivenError; // of the first one whose failure is forgiven
+    std::optional<wire::ErrorInfo> error;         // of the command that is waited for
+    std::optional<std::string> result;            // of that command
     std::optional<wire::ProgressFrame> progress;
     std::uint64_t acknowledged = 0;
     std::vector<ReceivedObject> objects;
@@ -81,6 +83,7 @@ private:
     void openFile();
     void takeData(std::string_view bytes);
     void finishObject();
+    [[nodiscard]] bool isForgiven(std::uint64_t number) const;
     [[nodiscard]] bool isFetched(const wire::ObjectFrame &object) const;
 
     Expectation m_expectation;
@@ -89,6 +92,7 @@ private:
     std::uint64_t m_frames = 0;
     std::uint64_t m_missingBytes = 0; // of the object that is being received
     std::size_t m_travellingBytes = 0;
+    std::size_t m_forgivenErrors = 0;
     std::unique_ptr<FileWriter> m_file;
 };
 

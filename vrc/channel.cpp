@@ -10,22 +10,25 @@
 namespace vrc {
 namespace {
 
+std::string textOf(const wire::ErrorInfo &error)
+{
+    return "error " + error.service + "/" + error.errorClass + "/" + std::to_string(error.code);
+}
+
+std::string described(const wire::ErrorInfo &error)
+{
+    return textOf(error) + " (" + error.description + ")";
+}
+
 std::string outcomeOf(const Answer &answer)
 {
     for (const std::optional<wire::ErrorInfo> &error :
          {answer.requestError, answer.queuedError, answer.error}) {
         if (error) {
-            return "error " + error->service + "/" + error->errorClass + "/" + std::to_string(error->code);
+            return textOf(*error);
         }
     }
-    return "success";
-}
-
-std::string outcomeOf(const Failure &failure)
-{
-    const wire::ErrorInfo &error = failure.error();
-    return "error " + error.service + "/" + error.errorClass + "/" + std::to_string(error.code) + " (" +
-           error.description + ")";
+    return answer.forgivenError ? "success but for " + described(*answer.forgivenError) : "success";
 }
 
 } // namespace
@@ -63,7 +66,7 @@ void Channel::guarded(Action action)
         action();
     } catch (const Failure &failure) {
         abandon();
-        m_log.answer(outcomeOf(failure), transport().figures());
+        m_log.answer(described(failure.error()), transport().figures());
         throw;
     } catch (const BodyRefused &refusal) {
         abandon();
@@ -81,6 +84,7 @@ Answer Channel::exchange(const OutgoingBody &body, const Expectation &expectatio
     Transport &line = transport();
     Answer answer;
     m_reader = std::make_unique<AnswerReader>(expectation);
+    m_sendPatience = Patience::Stall;
     m_log.request(what);
     guarded([&] {
         line.begin(*m_reader, body.bytes(), m_hasSession);
@@ -94,16 +98,19 @@ void Channel::openStream(std::string_view frames, const Expectation &expectation
 {
     Transport &line = transport();
     m_reader = std::make_unique<AnswerReader>(expectation);
-    m_log.request("block loop");
+    m_log.request("queued commands");
+    m_sendPatience = Patience::Stall;
     guarded([&] {
         line.begin(*m_reader, std::nullopt, m_hasSession);
         m_isStreaming = true;
-        line.send(frames);
+        line.send(frames, m_sendPatience);
     });
 }
 
-void Channel::stream(const OutgoingBody &body, const Expectation &expectation, std::string_view what)
+void Channel::stream(const OutgoingBody &body, const Expectation &expectation, Patience patience,
+                     std::string_view what)
 {
+    m_sendPatience = patience;
     m_reader->expect(expectation);
     m_log.request(what);
     guarded([&] { write(body); });
@@ -137,7 +144,7 @@ Answer Channel::finish(Patience patience)
 void Channel::write(const OutgoingBody &body)
 {
     if (!body.frames.empty()) {
-        m_transport->send(body.frames);
+        m_transport->send(body.frames, m_sendPatience);
     }
     if (body.file) {
         writeFile(*body.file);
@@ -156,7 +163,7 @@ void Channel::writeFile(const FileSlice &file)
         frame.clear();
         wire::appendDataHeader(frame, piece.size());
         frame.append(piece);
-        m_transport->send(frame);
+        m_transport->send(frame, m_sendPatience);
     }
 }
 

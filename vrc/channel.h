@@ -25,7 +25,7 @@ struct OutgoingBody
     [[nodiscard]] std::uint64_t bytes() const;
 };
 
-// The requests of one session, one at a time: whole ones, and one that stays open while the block loop runs.
+// The requests of one session, one at a time: whole ones, and one that stays open while commands are queued.
 // Takes the transport from the pool when it is first needed and gives it back at the end. Throws what the
 // transport throws; an open stream is gone then.
 class Channel
@@ -45,8 +45,9 @@ public:
     // Starts a chunked request with these frames.
     void openStream(std::string_view frames, const Expectation &expectation);
 
-    // Returns when the bytes are in the socket.
-    void stream(const OutgoingBody &body, const Expectation &expectation, std::string_view what);
+    // Returns when the bytes are in the socket. The patience is that with a server which takes no bytes.
+    void stream(const OutgoingBody &body, const Expectation &expectation, Patience patience,
+                std::string_view what);
 
     // Sends the last bytes, ends the request and waits for its answer.
     [[nodiscard]] Answer finishStream(const OutgoingBody &body, const Expectation &expectation,
@@ -75,6 +76,7 @@ private:
     std::unique_ptr<Transport> m_transport;
     std::unique_ptr<AnswerReader> m_reader;
     bool m_isStreaming = false;
+    Patience m_sendPatience = Patience::Stall;
     bool m_hasSession = false;
 };
 

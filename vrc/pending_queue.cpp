@@ -2,12 +2,13 @@
 #include "vrc/pending_queue.h"
 
 #include <algorithm>
-#include <optional>
+#include <numeric>
 
 namespace vrc {
 namespace {
 
 constexpr std::size_t kMaxEntries = 256;
+constexpr std::size_t kMaxKeptBytes = 256 * 1024;
 
 } // namespace
 
@@ -28,7 +29,26 @@ void PendingQueue::dropThrough(std::uint64_t number)
 
 bool PendingQueue::isFull() const
 {
-    return m_entries.size() >= kMaxEntries;
+    const std::size_t keptBytes = std::accumulate(
+        m_entries.begin(), m_entries.end(), std::size_t{0},
+        [](std::size_t sum, const Entry &entry) { return sum + entry.command.frames.size(); });
+    return m_entries.size() >= kMaxEntries || keptBytes >= kMaxKeptBytes;
+}
+
+bool PendingQueue::isLong() const
+{
+    return std::any_of(m_entries.begin(), m_entries.end(), [](const Entry &e) { return e.command.isLong; });
+}
+
+std::vector<std::uint64_t> PendingQueue::forgiven() const
+{
+    std::vector<std::uint64_t> numbers;
+    for (const Entry &entry : m_entries) {
+        if (entry.command.isForgiven) {
+            numbers.push_back(entry.command.number);
+        }
+    }
+    return numbers;
 }
 
 std::string PendingQueue::appendedObject() const
@@ -38,21 +58,28 @@ std::string PendingQueue::appendedObject() const
     return last == m_entries.rend() ? std::string() : last->command.name;
 }
 
-std::uint64_t PendingQueue::expectedSize(std::uint64_t number) const
+std::optional<std::uint64_t> PendingQueue::expectedSize(std::uint64_t number) const
 {
     const std::string name = appendedObject();
     std::optional<std::uint64_t> size;
+    bool isKnown = true; // nothing else has made, replaced or removed the object since the size was known
     for (const Entry &entry : m_entries) {
-        if (!entry.isRun() || entry.command.name != name) {
+        if (entry.command.name != name || (size && entry.command.number > number)) {
+            continue;
+        }
+        if (!entry.isRun()) {
+            size.reset();
+            isKnown = false;
             continue;
         }
         const std::uint64_t first = entry.command.number;
         const std::uint64_t blocks = number < first ? 0 : (number - first + 1) / entry.stride;
-        if (blocks > 0 || !size) {
+        if (blocks > 0 || isKnown) {
             size = entry.command.offset + std::min(blocks * entry.blockBytes, entry.slice.bytes);
+            isKnown = true;
         }
     }
-    return size.value_or(0);
+    return size;
 }
 
 void PendingQueue::forEachAfter(std::uint64_t number,
@@ -120,13 +147,17 @@ QueuedCommand PendingQueue::Entry::at(std::uint64_t number) const
     const std::uint64_t start = index / stride * blockBytes;
     const std::uint64_t phase = index % stride + (3 - stride);
     const std::uint64_t bytes = std::min(blockBytes, slice.bytes - start);
-    if (phase == 0) {
-        return {Kind::Remove, number, command.sourceName, {}, {}, 0};
+    QueuedCommand one;
+    one.number = number;
+    one.kind = phase == 0 ? Kind::Remove : phase == 1 ? Kind::Send : Kind::Append;
+    one.name = one.kind == Kind::Append ? command.name : command.sourceName;
+    if (one.kind == Kind::Send) {
+        one.slice = {slice.path, slice.offset + start, bytes};
+    } else if (one.kind == Kind::Append) {
+        one.sourceName = command.sourceName;
+        one.offset = command.offset + start;
     }
-    if (phase == 1) {
-        return {Kind::Send, number, command.sourceName, {}, {slice.path, slice.offset + start, bytes}, 0};
-    }
-    return {Kind::Append, number, command.name, command.sourceName, {}, command.offset + start};
+    return one;
 }
 
 } // namespace vrc

@@ -5,32 +5,37 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vrc {
 
-// One command of the block loop that was sent without waiting for its answer.
+// One command that was sent without waiting for its answer.
 struct QueuedCommand
 {
     enum class Kind
     {
         Remove,
         Send,
-        Append
+        Append,
+        Kept // its frames are kept as they were sent
     };
 
     Kind kind = Kind::Remove;
     std::uint64_t number = 0;
-    std::string name;         // of the object removed, sent or appended to
+    std::string name;         // of the object appended to, or made, replaced or removed; may be empty
     std::string sourceName;   // Append: the object that is appended
     FileSlice slice;          // Send: where the bytes stand on this machine
     std::uint64_t offset = 0; // Append: the size that the object has before
+    std::string frames;       // Kept
+    bool isForgiven = false;  // a failure of it is no failure of the queue
+    bool isLong = false;      // may take the server minutes
 };
 
-// The commands of the block loop whose answers are outstanding, oldest first. Their bytes are not kept: they
-// stand in the local file that the blocks were copied from. However many blocks a document has, they take a
-// few hundred bytes, since blocks that follow each other are kept as one run.
+// The commands whose answers are outstanding, oldest first. The bytes of blocks are not kept: they stand in
+// the local file that the blocks were copied from. However many blocks a document has, they take a few
+// hundred bytes, since blocks that follow each other are kept as one run.
 class PendingQueue
 {
 public:
@@ -47,11 +52,18 @@ public:
     // True when further commands have to wait for the answers of these.
     [[nodiscard]] bool isFull() const;
 
+    // True when one of them may take the server minutes.
+    [[nodiscard]] bool isLong() const;
+
+    // The numbers of those whose failure is no failure of the queue.
+    [[nodiscard]] std::vector<std::uint64_t> forgiven() const;
+
     // The object that the loop appends to; empty when there is none.
     [[nodiscard]] std::string appendedObject() const;
 
-    // The size that this object has when everything up to `number` was carried out.
-    [[nodiscard]] std::uint64_t expectedSize(std::uint64_t number) const;
+    // The size that this object has when everything up to `number` was carried out. No value when the
+    // commands do not tell.
+    [[nodiscard]] std::optional<std::uint64_t> expectedSize(std::uint64_t number) const;
 
     // Every command after `number`, in order.
     void forEachAfter(std::uint64_t number, const std::function<void(const QueuedCommand &)> &visit) const;

@@ -13,19 +13,23 @@ namespace {
 
 using Kind = RemoteCommand::Kind;
 
-constexpr std::array<std::pair<std::string_view, Kind>, 6> kKinds = {{
+constexpr std::array<std::pair<std::string_view, Kind>, 7> kKinds = {{
     {"OBJECT:CREATE", Kind::Create},
     {"OBJECT:REMOVE", Kind::Remove},
     {"OBJECT:GET", Kind::Get},
     {"OBJECT:SEND", Kind::Send},
     {"OBJECT:FILE_APPEND", Kind::Append},
     {"OBJECT:FILE_DECOMPRESS", Kind::Decompress},
+    {"OBJECT:INTEGER_SET_VALUE", Kind::SetInteger},
 }};
 
 Kind kindOf(const wire::Command &command)
 {
     if (command.verb == wire::Verb::Procedure) {
         return Kind::Procedure;
+    }
+    if (command.name == "OBJECT:FILE_GET_SIZE" && command.variable) {
+        return Kind::SizeToVariable;
     }
     const auto *found = std::find_if(kKinds.begin(), kKinds.end(),
                                      [&command](const auto &row) { return row.first == command.name; });
@@ -49,6 +53,22 @@ bool isPlain(const wire::Command &command)
         });
     const std::size_t fields = command.name == "OBJECT:FILE_APPEND" ? 2 : 1;
     return !hasModifier && !hasVariable && command.arguments.size() == fields;
+}
+
+// What the library has to understand of a command that it does not wait for.
+bool hasNames(const wire::Command &command)
+{
+    return std::all_of(command.arguments.begin(), command.arguments.end(), [](const wire::Field &field) {
+        const bool isObject = field.key == "NAME" || field.key == "SNAME" || field.key == "DNAME";
+        return !isObject || (wire::isName(field.value) && !wire::variableOf(field.value));
+    });
+}
+
+bool mayQueue(const RemoteCommand &described, const wire::Command &command)
+{
+    const bool carriesBack =
+        described.kind == Kind::Other || described.kind == Kind::Procedure || described.kind == Kind::Get;
+    return !carriesBack && described.hasNames && !command.container && !command.noError;
 }
 
 void requireName(const std::string &name, const RemoteCommand &command)
@@ -101,6 +121,8 @@ RemoteCommand describe(const wire::Command &command, std::string_view line)
     described.createsFile = described.kind == Kind::Create && valueOf(command, "TYPE") == "FILE";
     described.noError = command.noError;
     described.isPlain = isPlain(command);
+    described.hasNames = hasNames(command);
+    described.mayQueue = mayQueue(described, command);
     if (described.kind == Kind::Get || described.kind == Kind::Send) {
         requireName(described.name, described);
     }
@@ -135,6 +157,9 @@ OutgoingBody bodyOf(const QueuedCommand &command)
     frame.isQueued = true;
     OutgoingBody body;
     switch (command.kind) {
+    case QueuedCommand::Kind::Kept:
+        body.frames = command.frames;
+        return body;
     case QueuedCommand::Kind::Remove:
         frame.line = "VR_CMD=|OBJECT:REMOVE| NAME=|" + command.name + "|";
         break;

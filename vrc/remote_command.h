@@ -25,7 +25,9 @@ struct RemoteCommand
         Get,
         Send,
         Append,
-        Decompress
+        Decompress,
+        SizeToVariable,
+        SetInteger
     };
 
     Kind kind = Kind::Other;
@@ -35,7 +37,9 @@ struct RemoteCommand
     std::string targetName; // DNAME
     bool createsFile = false;
     bool noError = false;
-    bool isPlain = false; // no modifier, no variable: nothing but the fields that the command needs
+    bool isPlain = false;  // no modifier, no variable: nothing but the fields that the command needs
+    bool hasNames = false; // NAME, SNAME and DNAME are names as they stand, not variables
+    bool mayQueue = false; // nothing comes back but whether it worked
 };
 
 [[nodiscard]] RemoteCommand describe(const wire::Command &command, std::string_view line);
@@ -52,7 +56,7 @@ struct Dispatch
 [[nodiscard]] OutgoingBody bodyOf(const RemoteCommand &command, const Dispatch &dispatch,
                                   LocalObjects &objects, const AppendedFiles &appended);
 
-// The frames of a command of the block loop that has to be sent again.
+// The frames of a queued command that has to be sent again.
 [[nodiscard]] OutgoingBody bodyOf(const QueuedCommand &command);
 
 } // namespace vrc

@@ -16,6 +16,12 @@ class Request
 public:
     explicit Request(ConnectionSettings settings);
 
+    // Sees that the server has everything that was queued.
+    ~Request() { m_session.finishQueue(); }
+
+    Request(const Request &) = delete;
+    Request &operator=(const Request &) = delete;
+
     // One command, its result zero-terminated in `result` (empty after an error). True for success.
     [[nodiscard]] bool command(std::string_view line, std::span<char> result) noexcept;
 

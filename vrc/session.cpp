@@ -89,6 +89,7 @@ auto Session::insist(Action action)
 void Session::close()
 {
     m_channel.abandon();
+    m_isBroken = !m_pending.isEmpty();
     if (m_state.sessionId.empty()) {
         reset();
         return;
@@ -181,43 +182,89 @@ void Session::sendQueued(const RemoteCommand &command)
         }
         m_issued = number;
         m_unanswered.reset();
-        m_pending.add(queuedForm(command, number));
+        m_pending.add(queuedForm(command, number, body));
     });
     noteEffects(command, body);
 }
 
-// Only what can be sent again without having been kept is sent without waiting for its answer.
+// What is queued has to fit into memory until its answer arrives, blocks aside: they can be read again. An
+// object that nothing is queued before has a request to itself, and is there when the caller hands the
+// session to somebody else.
 bool Session::mayQueue(const RemoteCommand &command) const
 {
-    if (m_state.sessionId.empty() || !command.isPlain || m_pending.isFull()) {
+    if (m_state.sessionId.empty() || !command.mayQueue || m_pending.isFull() ||
+        command.line.size() > wire::kMaxDataBytes) {
         return false;
     }
-    if (command.kind == Kind::Send) {
-        const LocalFile *file = m_state.objects.holds(command.name)
-                                    ? std::get_if<LocalFile>(&m_state.objects.find(command.name))
-                                    : nullptr;
-        return file != nullptr && file->copiedFrom() && file->copiedFrom()->bytes <= wire::kMaxDataBytes;
-    }
-    if (command.kind == Kind::Append) {
-        return m_block.name == command.sourceName && m_appended.size(command.name).has_value();
-    }
-    return command.kind == Kind::Remove;
+    return command.kind != Kind::Send || isBlock(command) || (!m_pending.isEmpty() && canBeKept(command));
 }
 
-QueuedCommand Session::queuedForm(const RemoteCommand &command, std::uint64_t number) const
+bool Session::isBlock(const RemoteCommand &command) const
+{
+    const LocalFile *file = m_state.objects.holds(command.name)
+                                ? std::get_if<LocalFile>(&m_state.objects.find(command.name))
+                                : nullptr;
+    return command.isPlain && file != nullptr && file->copiedFrom() &&
+           file->copiedFrom()->bytes <= wire::kMaxDataBytes;
+}
+
+bool Session::canBeKept(const RemoteCommand &command) const
+{
+    if (!m_state.objects.holds(command.name)) {
+        return false;
+    }
+    const LocalObject &object = m_state.objects.find(command.name);
+    const auto *file = std::get_if<LocalFile>(&object);
+    const std::uint64_t bytes =
+        file != nullptr ? file->size() : wire::encodeValue(std::get<wire::Value>(object)).size();
+    return bytes <= wire::kMaxDataBytes;
+}
+
+QueuedCommand Session::queuedForm(const RemoteCommand &command, std::uint64_t number,
+                                  const OutgoingBody &body) const
 {
     QueuedCommand queued;
     queued.number = number;
     queued.name = command.name;
-    if (command.kind == Kind::Send) {
+    if (command.kind == Kind::Remove && command.isPlain) {
+        return queued;
+    }
+    if (command.kind == Kind::Send && isBlock(command)) {
         queued.kind = QueuedCommand::Kind::Send;
         queued.slice = *m_state.objects.file(command.name).copiedFrom();
-    } else if (command.kind == Kind::Append) {
+        return queued;
+    }
+    if (command.kind == Kind::Append && command.isPlain && m_block.name == command.sourceName &&
+        m_appended.size(command.name)) {
         queued.kind = QueuedCommand::Kind::Append;
         queued.sourceName = command.sourceName;
-        queued.offset = m_appended.size(command.name).value_or(0);
+        queued.offset = *m_appended.size(command.name);
+        return queued;
+    }
+    queued.kind = QueuedCommand::Kind::Kept;
+    queued.frames = body.frames;
+    queued.isForgiven = command.kind == Kind::Create;
+    queued.isLong = command.kind == Kind::Decompress;
+    if (command.kind == Kind::Decompress || command.kind == Kind::SizeToVariable) {
+        queued.name = command.targetName; // of a size there is none: nothing of the object changes
     }
     return queued;
+}
+
+void Session::finishQueue() noexcept
+{
+    if (m_pending.isEmpty() || m_isBroken || m_failure) {
+        return;
+    }
+    try {
+        insist([this] {
+            if (m_isBroken) {
+                recover({});
+            }
+            endQueue();
+        });
+    } catch (...) { // nobody is left who could be told
+    }
 }
 
 std::string Session::settle(const RemoteCommand &command, std::uint64_t number, Answer &answer)
@@ -283,6 +330,11 @@ void Session::takeFetched(const RemoteCommand &command, Answer &answer)
 // What the library knows of the server's files after a command that succeeded, or is on its way.
 void Session::noteEffects(const RemoteCommand &command, const OutgoingBody &body)
 {
+    if (!command.hasNames) { // the server alone knows which object it was
+        m_appended.forgetAll();
+        m_block = {};
+        return;
+    }
     switch (command.kind) {
     case Kind::Create:
         return command.createsFile ? m_appended.created(command.name) : m_appended.forget(command.name);
@@ -308,6 +360,8 @@ void Session::noteEffects(const RemoteCommand &command, const OutgoingBody &body
         m_block = {};
         return;
     case Kind::Get:
+    case Kind::SizeToVariable:
+    case Kind::SetInteger:
     case Kind::Other:
         return;
     }

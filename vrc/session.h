@@ -16,8 +16,8 @@
 
 namespace vrc {
 
-// The session of one request with the server: numbers its commands, keeps the block loop going without
-// waiting, finds out after a lost connection what became of what was sent, and sends the rest again.
+// The session of one request with the server: numbers its commands, sends those that carry nothing back
+// without waiting, finds out after a lost connection what became of what was sent, and sends the rest again.
 // docs/protocol.md is its manual.
 class Session
 {
@@ -26,6 +26,9 @@ public:
 
     // Carries out a remote command and gives its result. Throws Failure.
     [[nodiscard]] std::string run(const wire::Command &command, std::string_view line);
+
+    // Sees what is queued carried out, although nothing waits for it any more: the session may live on.
+    void finishQueue() noexcept;
 
 private:
     // A command whose answer did not come. Its number is the one after m_issued.
@@ -49,7 +52,10 @@ private:
     [[nodiscard]] std::string sendWaiting(const RemoteCommand &command);
     void sendQueued(const RemoteCommand &command);
     [[nodiscard]] bool mayQueue(const RemoteCommand &command) const;
-    [[nodiscard]] QueuedCommand queuedForm(const RemoteCommand &command, std::uint64_t number) const;
+    [[nodiscard]] bool canBeKept(const RemoteCommand &command) const;
+    [[nodiscard]] bool isBlock(const RemoteCommand &command) const;
+    [[nodiscard]] QueuedCommand queuedForm(const RemoteCommand &command, std::uint64_t number,
+                                           const OutgoingBody &body) const;
     template <class Action>
     auto insist(Action action);
 
@@ -66,6 +72,11 @@ private:
     void deliver(const OutgoingBody &body, std::uint64_t number, std::string_view what);
     void addToBatch(const OutgoingBody &body, std::uint64_t number);
     void flushBatch();
+    void endQueue();
+    [[nodiscard]] Expectation expectationOfQueue(std::uint64_t lastNumber) const;
+    [[nodiscard]] Patience patienceFor(const RemoteCommand &command) const;
+    [[nodiscard]] Patience patienceOfQueue() const;
+    void takeQueueAnswer(const Answer &answer, std::uint64_t lastNumber);
     void heedStream();
     [[nodiscard]] std::string opening() const;
     [[nodiscard]] std::string sessionFrame() const;

@@ -17,12 +17,11 @@ constexpr std::size_t kSmallestBodyLimit = 68 * 1024; // a block with its frames
 Answer Session::exchange(const RemoteCommand &command, std::uint64_t number, const OutgoingBody &body)
 {
     Expectation expectation = expectationFor(command, number);
-    const bool isProcedure = command.kind == RemoteCommand::Kind::Procedure ||
-                             (expectation.isHello && !m_settings.openProcedure.empty());
-    const Patience patience = isProcedure ? Patience::Procedure : Patience::Stall;
+    const Patience patience = patienceFor(command);
     const std::string what = loggedCommand(command.line);
     if (m_channel.isStreaming()) {
         expectation.firstNumber = m_firstInBody;
+        expectation.forgiven = m_pending.forgiven();
         m_isDivisible = true;
         return m_channel.finishStream(body, expectation, patience, what);
     }
@@ -31,6 +30,7 @@ Answer Session::exchange(const RemoteCommand &command, std::uint64_t number, con
     }
     if (!m_batch.empty()) {
         expectation.firstNumber = m_firstInBody;
+        expectation.forgiven = m_pending.forgiven();
     }
     m_isDivisible = !m_batch.empty();
     return m_channel.exchange({opening() + m_batch + body.frames, body.file}, expectation, patience, what);
@@ -44,14 +44,11 @@ void Session::deliver(const OutgoingBody &body, std::uint64_t number, std::strin
         return;
     }
     m_isDivisible = true;
-    Expectation expectation;
     if (!m_channel.isStreaming()) {
         m_firstInBody = number;
-        m_channel.openStream(sessionFrame(), expectation);
+        m_channel.openStream(sessionFrame(), Expectation{});
     }
-    expectation.firstNumber = m_firstInBody;
-    expectation.lastNumber = number;
-    m_channel.stream(body, expectation, what);
+    m_channel.stream(body, expectationOfQueue(number), patienceOfQueue(), what);
     heedStream();
 }
 
@@ -69,21 +66,65 @@ void Session::addToBatch(const OutgoingBody &body, std::uint64_t number)
 
 void Session::flushBatch()
 {
-    Expectation expectation;
-    expectation.firstNumber = m_firstInBody;
-    expectation.lastNumber = m_lastInBody;
     m_isDivisible = true;
-    const Answer answer =
-        m_channel.exchange({sessionFrame() + m_batch, {}}, expectation, Patience::Stall, "block loop");
+    const Answer answer = m_channel.exchange({sessionFrame() + m_batch, {}}, expectationOfQueue(m_lastInBody),
+                                             patienceOfQueue(), "queued commands");
     m_batch.clear();
+    takeQueueAnswer(answer, m_lastInBody);
+}
+
+// Ends the request that is open for the queue, or sends what the next one would have taken along.
+void Session::endQueue()
+{
+    try {
+        if (m_channel.isStreaming()) {
+            m_isDivisible = true;
+            const Answer answer = m_channel.finishStream({}, expectationOfQueue(m_issued), patienceOfQueue(),
+                                                         "end of the queue");
+            takeQueueAnswer(answer, m_issued);
+        } else if (!m_batch.empty()) {
+            flushBatch();
+        }
+    } catch (...) {
+        m_isBroken = !m_pending.isEmpty();
+        m_batch.clear();
+        throw;
+    }
+}
+
+void Session::takeQueueAnswer(const Answer &answer, std::uint64_t lastNumber)
+{
     for (const std::optional<wire::ErrorInfo> &error : {answer.requestError, answer.queuedError}) {
         if (error) {
             m_failure = error;
             throw Failure(*error);
         }
     }
-    m_acknowledged = m_lastInBody;
-    m_pending.dropThrough(m_lastInBody);
+    m_acknowledged = lastNumber;
+    m_pending.dropThrough(lastNumber);
+}
+
+Expectation Session::expectationOfQueue(std::uint64_t lastNumber) const
+{
+    Expectation expectation;
+    expectation.firstNumber = m_firstInBody;
+    expectation.lastNumber = lastNumber;
+    expectation.forgiven = m_pending.forgiven();
+    return expectation;
+}
+
+Patience Session::patienceFor(const RemoteCommand &command) const
+{
+    using Kind = RemoteCommand::Kind;
+    const bool opens = m_state.sessionId.empty() && !m_settings.openProcedure.empty();
+    const bool isLong = command.kind == Kind::Procedure || command.kind == Kind::Decompress || opens;
+    return isLong ? Patience::Procedure : patienceOfQueue();
+}
+
+// A waiting command waits for what is queued before it, too.
+Patience Session::patienceOfQueue() const
+{
+    return m_pending.isLong() ? Patience::Procedure : Patience::Stall;
 }
 
 // A server that has found an error need not be sent the rest of the document.

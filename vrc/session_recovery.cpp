@@ -49,7 +49,7 @@ std::uint64_t Session::askProgress()
     m_isDivisible = false;
     const bool isProcedure = m_unanswered && m_unanswered->line.starts_with("VR_PROC=");
     const Answer answer =
-        m_channel.exchange(body, expectation, isProcedure ? Patience::Procedure : Patience::Stall, "query");
+        m_channel.exchange(body, expectation, isProcedure ? Patience::Procedure : patienceOfQueue(), "query");
     if (answer.requestError || answer.queuedError) {
         m_failure = answer.requestError ? answer.requestError : answer.queuedError;
         throw Failure(*m_failure);
@@ -61,8 +61,8 @@ std::uint64_t Session::askProgress()
              "the answer of the server makes no sense: its progress is impossible");
     }
     const std::uint64_t last = answer.progress->lastNumber;
-    const bool isSizeKnown = !m_pending.appendedObject().empty() && last <= m_issued;
-    if (isSizeKnown && answer.progress->objectBytes != m_pending.expectedSize(last)) {
+    const std::optional<std::uint64_t> size = last <= m_issued ? m_pending.expectedSize(last) : std::nullopt;
+    if (size && answer.progress->objectBytes != size) {
         m_failure =
             wire::makeError(wire::errors::StrangeAnswer, "OBJECT:FILE_APPEND: the server has lost blocks");
         throw Failure(*m_failure);

@@ -233,7 +233,7 @@ void Transport::start()
     m_isBusy = true;
 }
 
-void Transport::send(std::string_view bytes)
+void Transport::send(std::string_view bytes, Patience patience)
 {
     m_pending = bytes;
     if (m_isPaused) {
@@ -241,7 +241,7 @@ void Transport::send(std::string_view bytes)
         curl_easy_pause(m_easy.get(), CURLPAUSE_CONT);
     }
     // A paused chunked body has been asked for more after everything before went into the socket.
-    pump([this] { return m_pending.empty() && (m_isPaused || !m_isChunked); }, Patience::Stall);
+    pump([this] { return m_pending.empty() && (m_isPaused || !m_isChunked); }, patience);
     if (m_isDone) {
         conclude();
         // An answer in the middle of the body: whatever it says, the rest of the body went nowhere.
@@ -310,8 +310,7 @@ void Transport::checkProgress(Patience patience)
         m_lastFrame = now;
     }
     const Timeouts limits = timeouts();
-    const bool isProcedure = patience == Patience::Procedure && m_isBodyComplete;
-    const auto stall = isProcedure ? std::max(limits.answer, limits.stall) : limits.stall;
+    const auto stall = patience == Patience::Procedure ? std::max(limits.answer, limits.stall) : limits.stall;
     if (now - m_lastProgress >= stall || now - m_lastFrame >= std::max(limits.answer, limits.stall)) {
         fail(wire::errors::Network, "network error: the server is silent");
     }

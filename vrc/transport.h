@@ -68,7 +68,7 @@ public:
     void begin(AnswerSink &sink, std::optional<std::uint64_t> bodyBytes, bool isSessionOpen);
 
     // Returns when the bytes are in the socket (chunked), or handed to the transport (known length).
-    void send(std::string_view bytes);
+    void send(std::string_view bytes, Patience patience);
 
     // Ends the body and waits for the whole answer.
     void finish(Patience patience);

@@ -17,6 +17,7 @@ protected:
     static void SetUpTestSuite()
     {
         ::setenv("VRC_STALL_TIMEOUT_MS", "3000", 1);
+        ::setenv("VRC_ANSWER_TIMEOUT_MS", "3000", 1);
         s_server = std::make_unique<ServerProcess>();
         s_stored = 0;
     }
@@ -25,6 +26,7 @@ protected:
     {
         s_server.reset();
         ::unsetenv("VRC_STALL_TIMEOUT_MS");
+        ::unsetenv("VRC_ANSWER_TIMEOUT_MS");
     }
 
     struct Traffic

@@ -9,19 +9,40 @@ using Kind = vrc::QueuedCommand::Kind;
 
 namespace {
 
+QueuedCommand command(Kind kind, std::uint64_t number, const std::string &name)
+{
+    QueuedCommand command;
+    command.kind = kind;
+    command.number = number;
+    command.name = name;
+    return command;
+}
+
 QueuedCommand removal(std::uint64_t number)
 {
-    return {Kind::Remove, number, "B", {}, {}, 0};
+    return command(Kind::Remove, number, "B");
 }
 
 QueuedCommand sending(std::uint64_t number, std::uint64_t offset, std::uint64_t bytes)
 {
-    return {Kind::Send, number, "B", {}, {"/doc", offset, bytes}, 0};
+    QueuedCommand send = command(Kind::Send, number, "B");
+    send.slice = {"/doc", offset, bytes};
+    return send;
 }
 
 QueuedCommand appending(std::uint64_t number, std::uint64_t offset)
 {
-    return {Kind::Append, number, "R", "B", {}, offset};
+    QueuedCommand append = command(Kind::Append, number, "R");
+    append.sourceName = "B";
+    append.offset = offset;
+    return append;
+}
+
+QueuedCommand kept(std::uint64_t number, const std::string &name, std::size_t bytes = 10)
+{
+    QueuedCommand other = command(Kind::Kept, number, name);
+    other.frames.assign(bytes, 'k');
+    return other;
 }
 
 // "1R 2S0+100 3A0": number, kind, and where the bytes are.
@@ -128,4 +149,73 @@ TEST(PendingQueue, single_commands_fill_it)
         queue.add(removal(++number));
     }
     EXPECT_LT(number, 1000U);
+}
+
+TEST(PendingQueue, the_bytes_of_other_commands_fill_it)
+{
+    PendingQueue queue;
+    std::uint64_t number = 0;
+    while (!queue.isFull() && number < 100) {
+        queue.add(kept(++number, "O", 65536));
+    }
+    EXPECT_LE(number, 4U);
+}
+
+TEST(PendingQueue, other_commands_stand_between_the_blocks_as_they_were_sent)
+{
+    PendingQueue queue;
+    queue.add(kept(1, "R"));
+    queue.add(sending(2, 0, 10));
+    queue.add(appending(3, 0));
+    queue.add(kept(4, ""));
+    std::string kinds;
+    queue.forEachAfter(0, [&kinds](const QueuedCommand &command) {
+        kinds += command.kind == Kind::Kept ? "K" + std::to_string(command.frames.size()) : ".";
+    });
+    EXPECT_EQ(kinds, "K10..K10");
+}
+
+TEST(PendingQueue, knows_what_takes_long_and_what_may_fail)
+{
+    PendingQueue queue;
+    queue.add(kept(1, "A"));
+    EXPECT_FALSE(queue.isLong());
+    EXPECT_TRUE(queue.forgiven().empty());
+    QueuedCommand creation = kept(2, "B");
+    creation.isForgiven = true;
+    queue.add(creation);
+    QueuedCommand decompression = kept(3, "C");
+    decompression.isLong = true;
+    queue.add(decompression);
+    EXPECT_TRUE(queue.isLong());
+    EXPECT_EQ(queue.forgiven(), std::vector<std::uint64_t>{2});
+    queue.dropThrough(3);
+    EXPECT_FALSE(queue.isLong());
+    EXPECT_TRUE(queue.forgiven().empty());
+}
+
+// Commands 1 (makes R), 2 and 3 (a block), 4 (removes R).
+TEST(PendingQueue, tells_a_size_only_where_the_blocks_alone_decide_it)
+{
+    PendingQueue queue;
+    queue.add(kept(1, "R"));
+    queue.add(sending(2, 0, 10));
+    queue.add(appending(3, 0));
+    queue.add(kept(4, "R"));
+    EXPECT_EQ(queue.expectedSize(0), std::nullopt); // the R of before
+    EXPECT_EQ(queue.expectedSize(1), std::nullopt); // it may not have been made
+    EXPECT_EQ(queue.expectedSize(3), 10U);
+    EXPECT_EQ(queue.expectedSize(4), std::nullopt);
+    queue.dropThrough(1);
+    EXPECT_EQ(queue.expectedSize(1), 0U);
+}
+
+TEST(PendingQueue, tells_no_size_behind_a_block_that_was_appended_twice)
+{
+    PendingQueue queue;
+    queue.add(sending(1, 0, 10));
+    queue.add(appending(2, 0));
+    queue.add(appending(3, 10));
+    EXPECT_EQ(queue.expectedSize(2), 10U);
+    EXPECT_EQ(queue.expectedSize(3), std::nullopt);
 }
