@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fuzz/fuzz_entry.h"
+#include "vrc/connection_string.h"
 #include "vrp/core/command_line.h"
 #include "vrp/core/error_text.h"
 #include "vrp/core/resource_strings.h"
 #include "vrp/platform/text.h"
+#include "vrp/server/connection_text.h"
 
 #include <algorithm>
 #include <string>
@@ -31,6 +33,25 @@ void checkCommandLine(const std::wstring &text)
     }
 }
 
+/// What a server names is one value of the connection string, whatever it holds.
+void checkConnectionString(const std::wstring &text)
+{
+    ConnectionParameters parameters;
+    parameters.server = L"host";
+    parameters.port = 1082;
+    parameters.application = text.substr(0, text.size() / 2);
+    parameters.openProcedure = text.substr(text.size() / 2);
+    const std::string real = wtoUTF8(buildConnectionString(parameters, {}, {}).real);
+    const auto settings = vrc::parseConnectionString(real);
+    ensure(settings && settings->host == "host" && settings->ssl && settings->socketLog.empty() &&
+           !settings->proxy);
+    ensure(settings->closeProcedure.empty() && settings->user.empty());
+    if (text.find(L'"') == std::wstring::npos) {
+        ensure(settings->application == wtoUTF8(parameters.application) &&
+               settings->openProcedure == wtoUTF8(parameters.openProcedure));
+    }
+}
+
 /// An identifier that has all its fields is made of them alone.
 void checkResourceId(const std::wstring &text)
 {
@@ -51,7 +72,7 @@ void checkErrorText(const std::wstring &text)
 
 } // namespace
 
-// A text of the command line or of a configuration file.
+// A text of the command line, of a configuration file or of a server.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     std::wstring text = UTF8tow(std::string(reinterpret_cast<const char *>(data), size));
@@ -59,5 +80,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     checkCommandLine(text);
     checkResourceId(text);
     checkErrorText(text);
+    checkConnectionString(text);
     return 0;
 }

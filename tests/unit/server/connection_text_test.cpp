@@ -88,4 +88,23 @@ TEST(ConnectionString, values_are_not_escaped)
               L"Password=\"session-secret\" ConnectionTimeOut=\"5\"");
 }
 
+TEST(ConnectionString, a_value_cannot_begin_another_one)
+{
+    const std::pair<const wchar_t *, const wchar_t *> cases[] = {
+        {L"app\" SocketLog=\"/home/ada/.profile", L"app SocketLog=\"/home/ada/.profile"},
+        {L"app\" SocketLog=", L"app SocketLog="},
+        {L"app\"\" Ssl=\"NO", L"app Ssl=\"NO"},
+        {L"a\" SocketLog=\" Open=\"x", L"a\" SocketLog= Open=\"x"},
+        {L"a\"b \" c=\"d", L"a\"b \" c=\"d"},
+        {L"\"", L"\""},
+    };
+    for (const auto &[given, sent] : cases) {
+        ConnectionParameters parameters = plainConnection();
+        parameters.application = given;
+        EXPECT_EQ(buildConnectionString(parameters, {}, L"").real,
+                  L"Unicode=\"YES\" Server=\"host:1082\" Application=\"" + std::wstring(sent) +
+                      L"\" User=\"user\" Password=\"session-secret\" ConnectionTimeOut=\"5\"");
+    }
+}
+
 } // namespace
