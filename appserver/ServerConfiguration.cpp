@@ -131,6 +131,9 @@ ListenSettings readListen(const IniSection &section)
     reader.read("PlainPortalPort", listen.plainPortalPort, -1, 65535);
     reader.read("PublicName", listen.publicName);
     reader.finish();
+    if (listen.address.empty()) {
+        rejectSetting(section, "Listen", "an address is wanted");
+    }
     return listen;
 }
 

@@ -57,6 +57,7 @@ TEST(Configuration, mistakes_are_errors_that_name_the_setting)
 {
     EXPECT_THAT(errorOf("[Server]\nPort=99999\n"), HasSubstr("[Server] Port"));
     EXPECT_THAT(errorOf("[Server]\nPort=12x\n"), HasSubstr("'12x'"));
+    EXPECT_THAT(errorOf("[Server]\nListen=\n"), HasSubstr("[Server] Listen"));
     EXPECT_THAT(errorOf("[Server]\nPrt=1082\n"), HasSubstr("no such setting"));
     EXPECT_THAT(errorOf("[Limits]\nFileBytes=2147483648\n"), HasSubstr("FileBytes"));
     EXPECT_THAT(errorOf("[Portal]\nColour=perhaps\n"), HasSubstr("yes or no"));
