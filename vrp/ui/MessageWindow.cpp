@@ -216,7 +216,7 @@ void MessageWindow::setVisible(bool visible)
 
 void MessageWindow::setTextMessage(const wchar_t *text)
 {
-    m_textLabel->setText(QString::fromWCharArray(text));
+    m_textLabel->setText(shownText(text));
     fitTextLabel();
     repaintText();
     showPainted();

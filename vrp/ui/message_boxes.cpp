@@ -5,6 +5,7 @@
 #include "vrp/core/error_text.h"
 #include "vrp/core/resource_strings.h"
 #include "vrp/platform/system.h"
+#include "vrp/ui/resource_text.h"
 
 #include <QMessageBox>
 
@@ -15,7 +16,7 @@ int VrpsMessageBox(const wchar_t *text, int icon, int buttons)
     box.setIcon(static_cast<QMessageBox::Icon>(icon));
     box.setStandardButtons(static_cast<QMessageBox::StandardButtons>(buttons));
     box.setTextFormat(Qt::PlainText);
-    box.setText(QString::fromWCharArray(text));
+    box.setText(shownText(text, longestBoxText));
     return box.exec();
 }
 
