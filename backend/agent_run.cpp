@@ -74,6 +74,7 @@ std::string describe(const ProgramEnd &end)
 void settle(const WaitingJobs &jobs, const std::string &stem, const std::string &what,
             const std::string &reason, const AgentSurroundings &surroundings)
 {
+    jobs.removeWorkFiles(stem);
     if (!jobs.hasDocument(stem)) {
         jobs.remove(stem);
         return;

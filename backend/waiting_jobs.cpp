@@ -161,6 +161,15 @@ std::string WaitingJobs::documentPath(const std::string &stem) const
     return m_path + "/" + named(stem, documentSuffix);
 }
 
+void WaitingJobs::removeWorkFiles(const std::string &stem) const
+{
+    for (const std::string &name : fileNames(m_folder.get())) {
+        if (name.starts_with(named(stem, documentSuffix) + ".")) {
+            (void)::unlinkat(m_folder.get(), name.c_str(), 0);
+        }
+    }
+}
+
 void WaitingJobs::remove(const std::string &stem) const
 {
     (void)::unlinkat(m_folder.get(), named(stem, claimedSuffix).c_str(), 0);

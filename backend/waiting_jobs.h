@@ -44,6 +44,9 @@ public:
 
     [[nodiscard]] std::string documentPath(const std::string &stem) const;
 
+    /// Deletes what a program that died has left beside a claimed job's document: parts of its contents.
+    void removeWorkFiles(const std::string &stem) const;
+
     /// Forgets a claimed job.
     void remove(const std::string &stem) const;
 

@@ -223,6 +223,26 @@ TEST_F(Agent, does_not_restart_a_job_that_an_earlier_agent_had_claimed)
     EXPECT_THAT(told.front(), HasSubstr("'Report' was not sent: the session ended"));
 }
 
+TEST_F(Agent, leaves_no_part_of_a_document_whose_program_died)
+{
+    installProgram("#!/bin/sh\necho part >\"$6.tmp\"\necho compressed >\"$6.tmpc\"\nkill -SEGV $$\n");
+    spool("1-7-0");
+    EXPECT_EQ(runOnce(), 0);
+    EXPECT_THAT(files(folder()), IsEmpty());
+    EXPECT_THAT(files(failed()), ElementsAre("1-7-0.document", "1-7-0.ticket"));
+}
+
+TEST_F(Agent, leaves_no_part_of_a_document_whose_session_ended)
+{
+    spool("1-7-0");
+    fs::rename(folder() / "1-7-0.ticket", folder() / "1-7-0.claimed");
+    writeFile(folder() / "1-7-0.document.tmpc", "compressed");
+    writeFile(folder() / "1-7-00.document.tmpc", "of another job");
+    EXPECT_EQ(runOnce(), 0);
+    EXPECT_THAT(files(folder()), ElementsAre("1-7-00.document.tmpc"));
+    EXPECT_THAT(files(failed()), ElementsAre("1-7-0.document", "1-7-0.ticket"));
+}
+
 TEST_F(Agent, forgets_a_claimed_job_whose_document_is_gone)
 {
     spool("1-7-0");
