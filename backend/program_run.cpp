@@ -1,20 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "backend/program_run.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include "backend/file_descriptor.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
+
+#include <array>
 #include <cerrno>
 #include <csignal>
-
-extern char **environ; // NOLINT(readability-redundant-declaration): not in every system's headers
 
 namespace backend {
 namespace {
 
 constexpr int firstFurtherDescriptor = 3;
 constexpr int lastFurtherDescriptor = 1023;
+constexpr int notExecuted = 127;
 
 /// What this process itself was started with is none of the program's business.
 void closeFurtherDescriptorsOnExec()
@@ -27,42 +32,52 @@ void closeFurtherDescriptorsOnExec()
     }
 }
 
-/// Owns the two descriptions of how a process is started.
-class SpawnSettings
+/// The program goes when this process goes: nobody else would settle its document.
+void endWithParent([[maybe_unused]] pid_t parent)
 {
-public:
-    SpawnSettings()
-    {
-        posix_spawn_file_actions_init(&m_actions);
-        posix_spawn_file_actions_addopen(&m_actions, 0, "/dev/null", O_RDONLY, 0);
-        posix_spawnattr_init(&m_attributes);
-        sigset_t signals;
-        sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&m_attributes, &signals);
-        for (const int ignored : {SIGPIPE, SIGXFSZ, SIGHUP}) {
-            sigaddset(&signals, ignored);
-        }
-        posix_spawnattr_setsigdefault(&m_attributes, &signals);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+#ifdef __linux__
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != parent) {
+        ::_exit(notExecuted);
     }
+#endif
+}
 
-    SpawnSettings(const SpawnSettings &) = delete;
-    SpawnSettings &operator=(const SpawnSettings &) = delete;
-
-    ~SpawnSettings()
-    {
-        posix_spawnattr_destroy(&m_attributes);
-        posix_spawn_file_actions_destroy(&m_actions);
+void resetSignals()
+{
+    for (const int ignored : {SIGPIPE, SIGXFSZ, SIGHUP}) {
+        std::signal(ignored, SIG_DFL);
     }
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
 
-    [[nodiscard]] const posix_spawn_file_actions_t *actions() const { return &m_actions; }
+/// In the child. A failure is reported through the pipe, which a successful start closes.
+[[noreturn]] void becomeProgram(char *const *arguments, pid_t parent, int report)
+{
+    endWithParent(parent);
+    resetSignals();
+    const int input = ::open("/dev/null", O_RDONLY);
+    if (input >= 0 && ::dup2(input, STDIN_FILENO) == STDIN_FILENO) {
+        ::close(input);
+        ::execvp(arguments[0], arguments);
+    }
+    const int error = errno;
+    (void)!::write(report, &error, sizeof error);
+    ::_exit(notExecuted);
+}
 
-    [[nodiscard]] const posix_spawnattr_t *attributes() const { return &m_attributes; }
-
-private:
-    posix_spawn_file_actions_t m_actions{};
-    posix_spawnattr_t m_attributes{};
-};
+/// 0 when the program was started, otherwise the error.
+int startError(const FileDescriptor &report)
+{
+    int error = 0;
+    ssize_t got = 0;
+    do {
+        got = ::read(report.get(), &error, sizeof error);
+    } while (got < 0 && errno == EINTR);
+    return got == static_cast<ssize_t>(sizeof error) ? error : 0;
+}
 
 ProgramEnd waitFor(pid_t process)
 {
@@ -82,18 +97,31 @@ ProgramEnd waitFor(pid_t process)
 
 ProgramEnd runProgram(const std::vector<std::string> &arguments)
 {
-    closeFurtherDescriptorsOnExec();
     std::vector<char *> pointers;
     pointers.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments) {
-        pointers.push_back(const_cast<char *>(argument.c_str())); // posix_spawn(3) does not change them
+        pointers.push_back(const_cast<char *>(argument.c_str())); // execvp(3) does not change them
     }
     pointers.push_back(nullptr);
-    const SpawnSettings settings;
-    pid_t process = 0;
-    const int error = ::posix_spawnp(&process, pointers[0], settings.actions(), settings.attributes(),
-                                     pointers.data(), environ);
-    return error == 0 ? waitFor(process) : ProgramEnd{ProgramEnd::Kind::notStarted, error};
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) {
+        return {ProgramEnd::Kind::notStarted, errno};
+    }
+    const FileDescriptor report(ends[0]);
+    FileDescriptor reporter(ends[1]);
+    closeFurtherDescriptorsOnExec();
+    const pid_t parent = ::getpid();
+    const pid_t process = ::fork();
+    if (process == 0) {
+        becomeProgram(pointers.data(), parent, reporter.get());
+    }
+    if (process < 0) {
+        return {ProgramEnd::Kind::notStarted, errno};
+    }
+    reporter = FileDescriptor();
+    const int error = startError(report);
+    const ProgramEnd end = waitFor(process);
+    return error == 0 ? end : ProgramEnd{ProgramEnd::Kind::notStarted, error};
 }
 
 } // namespace backend

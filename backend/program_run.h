@@ -22,7 +22,7 @@ struct ProgramEnd
 /// Starts a program with exactly these arguments, no shell in between, and waits for its end. The first
 /// argument is the program: a path, or a name that is looked for on PATH. It gets this process's environment,
 /// /dev/null for standard input, default signal handling and no other open descriptor but standard output and
-/// error.
+/// error. On Linux it is ended when this process ends before it.
 [[nodiscard]] ProgramEnd runProgram(const std::vector<std::string> &arguments);
 
 } // namespace backend

@@ -13,6 +13,9 @@
 #include <sys/wait.h>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -392,6 +395,23 @@ TEST_F(RunningAgent, that_is_told_to_end_finishes_the_job_at_hand_and_leaves_the
     EXPECT_EQ(endOf(agent), 0);
     EXPECT_THAT(files(folder()), ElementsAre("2-8-0.document", "2-8-0.ticket"));
 }
+
+#ifdef __linux__
+TEST_F(RunningAgent, takes_its_program_along_when_it_is_killed)
+{
+    installProgram("#!/bin/sh\necho $$ >\"${0%/*}/calls\"\nexec tail -f /dev/null\n");
+    spool("1-7-0");
+    const pid_t agent = start(false);
+    ASSERT_TRUE(comesTrue([&] { return calls().ends_with("\n"); }));
+    const int program = static_cast<int>(::syscall(SYS_pidfd_open, std::stoi(calls()), 0));
+    ASSERT_GE(program, 0);
+    ::kill(agent, SIGKILL);
+    pollfd end{program, POLLIN, 0};
+    EXPECT_EQ(::poll(&end, 1, 20000), 1);
+    ::close(program);
+    EXPECT_EQ(endOf(agent), -1);
+}
+#endif
 
 TEST_F(RunningAgent, starts_each_job_once_however_many_agents_there_are)
 {
