@@ -13,18 +13,28 @@ AGENT = "/usr/bin/varek-agent"
 
 class DesktopSession:
     def __init__(self, user, number, password):
+        self._begin(user, password, start_display(number))
+        start(*as_user(user, "openbox", DISPLAY=self.display), stderr=subprocess.DEVNULL)
+        wait_until(lambda: self._answer("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").find("0x") >= 0,
+                   "the window manager runs")
+
+    @classmethod
+    def on_display(cls, user, display, password):
+        """A session that shares a display with others."""
+        session = cls.__new__(cls)
+        session._begin(user, password, display)
+        return session
+
+    def _begin(self, user, password, display):
         self.user = user
         self.password = password
         self.is_known = False  # the program keeps the identifier and asks for the password alone
         self.home = "/home/" + user
-        self.display = start_display(number)
+        self.display = display
         self.variables = {"DISPLAY": self.display, "PATH": self.home + "/bin:/usr/bin:/bin",
                           "XDG_RUNTIME_DIR": self._runtime_folder()}
         self._record("xdg-open", "address")
         self._record("notify-send", "notices")
-        start(*as_user(user, "openbox", DISPLAY=self.display), stderr=subprocess.DEVNULL)
-        wait_until(lambda: self._answer("xprop", "-root", "_NET_SUPPORTING_WM_CHECK").find("0x") >= 0,
-                   "the window manager runs")
 
     def _runtime_folder(self):
         folder = "/run/user/%d" % USERS[self.user]

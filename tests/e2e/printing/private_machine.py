@@ -112,8 +112,7 @@ def start(*command, **settings):
     return _running[-1]
 
 
-CUPSD_CONF = """LogLevel debug
-MaxLogSize 0
+CUPSD_CONF = """MaxLogSize 0
 Port 631
 Listen /run/cups/cups.sock
 ServerAlias *
@@ -127,13 +126,14 @@ DefaultShared No
 """
 
 
-def start_cupsd():
+def start_cupsd(settings="LogLevel debug\n"):
+    """Starts cupsd with what every test needs in its configuration, and these settings."""
     for folder in ("/run/cups", "/var/log/cups"):
         os.makedirs(folder, exist_ok=True)
     with open("/etc/cups/cupsd.conf", encoding="utf-8") as file:
         policies = file.read()
     with open("/etc/cups/cupsd.conf", "w", encoding="utf-8") as file:
-        file.write(CUPSD_CONF + policies[policies.index("<Policy default>"):])
+        file.write(settings + CUPSD_CONF + policies[policies.index("<Policy default>"):])
     daemon = start("cupsd", "-f", stderr=subprocess.DEVNULL)
     wait_until(lambda: subprocess.run(["lpstat", "-r"], stdout=subprocess.PIPE, check=False).stdout.strip()
                == b"scheduler is running", "cupsd answers")
@@ -152,15 +152,26 @@ def start_display(number):
     return name
 
 
+def _collect_orphans():
+    """Leaves the first process of the machine behind, to collect what others leave behind; goes on in a child of it."""
+    worker = os.fork()
+    if worker == 0:
+        return
+    while True:
+        process, status = os.wait()
+        if process == worker:
+            os._exit(os.waitstatus_to_exitcode(status) % 256)
+
+
 def run_inside(body):
-    """Starts the calling program once more on a private machine, where it calls the body."""
+    """Has a function run on a machine of its own, which has the users of USERS, and ends with its result as status."""
     if _INSIDE in os.environ:
+        _collect_orphans()
         _enter_overlay(os.environ[_INSIDE])
         _create_users()
         run("ip", "link", "set", "lo", "up")
         run("hostname", "desk7")
-        body()
-        return
+        sys.exit(body())
     os.environ.setdefault("PATH", "/usr/bin:/bin")
     os.environ["PATH"] += ":/usr/sbin:/sbin"
     missing = sorted({package for program, package in _NEEDED.items() if shutil.which(program) is None})

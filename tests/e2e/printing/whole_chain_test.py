@@ -1,81 +1,31 @@
 # SPDX-License-Identifier: MIT
 """Printing for real: lp, cupsd, the backend, the agent in a desktop session, the program, the server and its portal."""
 
-import glob
 import http.cookiejar
 import os
-import re
 import signal
-import sqlite3
-import subprocess
 import unittest
 import urllib.request
 
 from desktop_session import DesktopSession
-from private_machine import USERS, as_user, build_dir, run, run_tests, start, start_cupsd, wait_until
+from installed_system import (add_user, arrived, contents_on_server, install_files, install_queue,
+                              open_portal_without_tls, run_program, start_server, trust_server)
+from private_machine import USERS, as_user, run, run_tests, start, start_cupsd, wait_until
 from spool_view import contents, documents, make_pdf, print_as, spool_of, tickets, wait_for_job
 
-DATA = "/srv/varek"
-CONFIGURATION = "/etc/varek/varek.ini"
 PASSWORD = "print secret"
-
-
-def install_files():
-    for component in ("print", "server"):
-        run("cmake", "--install", build_dir(), "--component", component)
-
-
-def start_server():
-    os.makedirs(DATA, mode=0o700)
-    with open("/tmp/server.txt", "w", encoding="utf-8") as log:
-        server = start("/usr/sbin/vrserver", "--data", DATA, "--port", "0", "--portal-port", "0",
-                       "--plain-portal-port", "0", stdout=log, stderr=log)
-    wait_until(lambda: "\nready\n" in contents("/tmp/server.txt").decode(), "the server is ready")
-    said = dict(re.findall(r"^([^:\n]*): (.*)$", contents("/tmp/server.txt").decode(), re.M))
-    for user in USERS:
-        subprocess.run(["/usr/sbin/vrserver", "--data", DATA, "user", "add", user], input=PASSWORD.encode() + b"\n",
-                       check=True)
-    # The test reads the portal without the authority's certificate.
-    configuration = said["configuration"]
-    text = contents(configuration).decode()
-    with open(configuration, "w", encoding="utf-8") as file:
-        file.write(re.sub(r"^PORTAL_URL=.*$", "PORTAL_URL=" + said["portal without TLS"], text, flags=re.M))
-    server.send_signal(signal.SIGHUP)
-    run("install", "-m", "644", said["certificate authority"], "/usr/lib/varek/Frameworks/vrc-ca.pem")
-    return said["server directory"]
-
-
-def install_queue(directory):
-    text = contents(CONFIGURATION).decode()
-    with open(CONFIGURATION, "w", encoding="utf-8") as file:
-        file.write(re.sub(r'^Sdir1=.*$', 'Sdir1="%s"' % directory, text, flags=re.M))
-    run_program("-m", "install", "-s", "-c", CONFIGURATION, "-d", "/usr/lib/varek/bin")
-
-
-def run_program(*arguments):
-    environment = {name: value for name, value in os.environ.items() if name != "XDG_CONFIG_DIRS"}
-    return run("/usr/lib/varek/setup/vrp", *arguments, env={**environment, "XDG_CONFIG_HOME": "/tmp/root-settings"})
-
-
-def arrived():
-    """The documents on the server, oldest first."""
-    database = sqlite3.connect("file:%s/vrserver.db?mode=ro" % DATA, uri=True)
-    database.row_factory = sqlite3.Row
-    try:
-        return [dict(row) for row in database.execute("SELECT * FROM documents ORDER BY created_at, rowid")]
-    finally:
-        database.close()
-
-
-def contents_on_server(document):
-    return contents(glob.glob(os.path.join(DATA, "documents", document["id"] + ".*"))[0])
 
 
 def setUpModule():
     global SESSIONS
     install_files()
     start_cupsd()
-    install_queue(start_server())
+    server = start_server()
+    for user in USERS:
+        add_user(user, PASSWORD)
+    trust_server()
+    open_portal_without_tls(server)
+    install_queue()
     SESSIONS = {user: DesktopSession(user, number, PASSWORD) for number, user in enumerate(USERS, start=1)}
     make_pdf("/tmp/one.pdf", 1)
     make_pdf("/tmp/five.pdf", 5)
