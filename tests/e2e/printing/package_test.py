@@ -90,18 +90,24 @@ class Package(unittest.TestCase):
             text = file.read().replace('Sdir1="localhost:1082;directory:demo"', 'Sdir1="print.test:1082;directory:site"')
             file.seek(0)
             file.write(text)
+        waiting = [print_as("alice", "/tmp/one.pdf") for _ in range(5)]
+        held = print_as("alice", "-H", "hold", "/tmp/one.pdf")
         install(newer(PRINT))
         self.check_installation()
+        self.assertEqual(len(tickets("alice")), 1 + len(waiting))
+        self.assertEqual(re.findall(r"^\S+", run("lpstat", "-o"), re.M), ["Varek-%d" % held])
+        run("lp", "-i", "Varek-%d" % held, "-H", "resume")
+        self.assertEqual(wait_for_job(held), "completed")
         with open("/etc/varek/varek.ini", encoding="utf-8") as file:
             self.assertIn('Sdir1="print.test:1082;directory:site"', file.read())
         with open(STORES + "/VarekPrint.conf", encoding="utf-8") as file:
             self.assertIn("print.test:1082;directory:site", file.read())
-        self.print_a_document(2)
+        self.print_a_document(8)
 
         run("dpkg", "-r", "varek-print")
         self.assertNotIn("Varek", queues())
         self.assertTrue(os.path.exists("/etc/varek/varek.ini"))
-        self.assertEqual(len(documents("alice")), 2)
+        self.assertEqual(len(documents("alice")), 8)
 
         run("dpkg", "-P", "varek-print")
         cupsd.terminate()
