@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Printing for real: lp, cupsd, the backend, the agent in a desktop session, the program, the server and its portal."""
 
+import html
 import http.cookiejar
 import os
 import signal
@@ -93,9 +94,11 @@ class WholeChain(unittest.TestCase):
         session = SESSIONS["alice"]
         run(*as_user("alice", "sh", "-c", "echo precious >/home/alice/precious"))
         for title, shown in (('a" -l /home/alice/precious "b', "a' -l /home/alice/precious 'b"), ("-k", "-k"),
-                             ("##FILE_ID", "##FILE_ID")):
+                             ("##FILE_ID", "##FILE_ID"),
+                             ("<b>%s%n</b><img src=x onerror=alert(1)>", "<b>%s%n</b><img src=x onerror=alert(1)>")):
             with self.subTest(title=title):
                 self.before = len(arrived())
+                opened = len(session.recorded("address").splitlines())
                 print_as("alice", "-t", title, "/tmp/one.pdf")
                 wait_until(lambda: tickets("alice"), "the job waits")
                 agent = session.start_agent("--once")
@@ -103,6 +106,8 @@ class WholeChain(unittest.TestCase):
                 session.choose_standard_mode()
                 self.assertEqual(self.new_documents(1)[0]["file_name"].strip(), shown)
                 self.finish(agent)
+                address = wait_until(lambda: session.recorded("address").splitlines()[opened:], "the browser is opened")
+                self.assertIn(html.escape(shown).replace("&#x27;", "&#39;"), self.read_portal(address[0]))
                 self.assertEqual(contents("/home/alice/precious"), b"precious\n")
                 self.wait_for_empty_spool("alice")
 

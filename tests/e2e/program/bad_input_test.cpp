@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/program/ProgramTest.h"
 
+#include <chrono>
+#include <sys/resource.h>
+
 namespace {
 
 using testing::EndsWith;
@@ -98,6 +101,24 @@ TEST_F(BadInput, a_store_that_cannot_be_written_loses_what_was_configured)
     RunningProgram program = start({"-m", "configure", "-p", "Office"});
     program.press(program.window("Varek print - configuration"), "Return");
     EXPECT_EQ(program.exitStatus(), 0);
+}
+
+TEST_F(BadInput, a_store_with_markup_formats_and_megabytes_does_no_harm)
+{
+    const QByteArray large(20'000'000, 'x');
+    installPrinter("[Printer]\nTitle=\"<h1>%s%n</h1>" + large +
+                   "\"\n[Help]\nMain=-option\n[MessageWindow]\nWidht=9223372036854775808\nFontSize=%n\n"
+                   "Font=\"x; } * { color: red\"\n[Errors]\nCannotConnectServer=\"%s%n%d" +
+                   large + "\"\n");
+    const auto start = std::chrono::steady_clock::now();
+    write("document", "text");
+    EXPECT_EQ(run({"-m", "send", "-s", "-p", "Office", "-f", path("document"), "-l", path("run.log")}), 0);
+    EXPECT_EQ(run({"-m", "help", "-p", "Office"}), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    rusage usage = {};
+    ::getrusage(RUSAGE_CHILDREN, &usage);
+    EXPECT_LT(usage.ru_maxrss, 2 * 1024 * 1024) << "KiB";
+    EXPECT_THAT(content("run.log"), HasSubstr("Mode=Send\r\n"));
 }
 
 } // namespace
