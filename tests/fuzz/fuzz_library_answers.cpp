@@ -24,6 +24,7 @@
 
 namespace {
 
+constexpr std::uint8_t longLists = 255;
 constexpr int maxCommands = 100'000; // a handful of lists of 10,000 entries
 
 /// What a good server answers, for the commands that the input says nothing about.
@@ -64,9 +65,11 @@ std::string_view goodAnswer(std::string_view command)
 class Library
 {
 public:
-    void restart(std::string_view input)
+    /// Long lists take seconds each; few inputs have them.
+    void restart(std::string_view input, bool keepsListsShort)
     {
         m_input = input;
+        m_keepsListsShort = keepsListsShort;
         m_untouched = 0;
         m_commands = 0;
         m_open = 0;
@@ -92,6 +95,11 @@ public:
             --m_untouched;
         } else if (!m_input.empty()) {
             take(text, succeeds);
+        }
+        const bool isCount = command.find("_GET_SIZE|") != std::string_view::npos ||
+                             command.find("_GET_NUM_ROWS|") != std::string_view::npos;
+        if (isCount && m_keepsListsShort) {
+            text.resize(std::min<std::size_t>(text.size(), 2));
         }
         copyResult(text, result, capacity);
         return succeeds ? 1 : 0;
@@ -127,6 +135,7 @@ private:
     }
 
     std::string_view m_input;
+    bool m_keepsListsShort = false;
     int m_untouched = 0;
     int m_commands = 0;
     int m_open = 0;
@@ -231,7 +240,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     main->runMode = runSend;
     copyBounded(main->configFilePath, UTF8tow(machine.texts));
     FreshMain::setArguments({L"-p", L"Queue", L"-f", UTF8tow(machine.folder.file("job.pdf"))});
-    library().restart({reinterpret_cast<const char *>(data + 1), size - 1});
+    library().restart({reinterpret_cast<const char *>(data + 1), size - 1}, data[0] != longLists);
     const int result = main->DoSend();
     ensure((result == 0 || result == 1) && library().openRequests() == 0);
     main->log.Close();
