@@ -27,7 +27,7 @@ void require(int result, const std::string &what)
 void PrivateMachine::SetUp()
 {
     require(unshare(CLONE_NEWNS), "unshare");
-    require(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "private mounts");
+    require(mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr), "private mounts");
     require(mount("tmpfs", "/usr/libexec", "tmpfs", 0, "mode=755"), "mount on /usr/libexec");
     std::filesystem::create_directories("/usr/libexec/cups/backend");
     // Temporary folders in memory: a store is synced to the disk at each of some hundred writes.
@@ -56,6 +56,5 @@ void SmallDisk::fill(int freeBytes) const
 
 void SmallDisk::makeReadOnly() const
 {
-    require(mount(nullptr, m_folder.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr),
-            "remount " + m_folder);
+    require(mount("none", m_folder.c_str(), "none", MS_REMOUNT | MS_RDONLY, nullptr), "remount " + m_folder);
 }
