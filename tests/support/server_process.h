@@ -26,7 +26,14 @@
 class ServerProcess
 {
 public:
-    ServerProcess() : m_folder(newFolder()) { start(); }
+    ServerProcess() : ServerProcess({"--plain-port", "0", "--plain-portal-port", "0"}) {}
+
+    /// With these options beside the data folder and free ports for TLS.
+    explicit ServerProcess(std::vector<std::string> options)
+        : m_folder(newFolder()), m_options(std::move(options))
+    {
+        start();
+    }
 
     ServerProcess(const ServerProcess &) = delete;
     ServerProcess &operator=(const ServerProcess &) = delete;
@@ -65,6 +72,9 @@ public:
     [[nodiscard]] std::filesystem::path data() const { return m_folder / "data"; }
 
     [[nodiscard]] pid_t pid() const { return m_pid; }
+
+    /// What the server printed at its last start.
+    [[nodiscard]] const std::string &announcement() const { return m_announcement; }
 
     /// Appends to vrserver.ini (the last value of a setting holds) and waits until the server has read it.
     void configure(const std::string &text)
@@ -105,6 +115,9 @@ public:
 
     /// Ends the server as an administrator would. The exit status, or minus the signal that ended it.
     int terminate() { return end(SIGTERM); }
+
+    /// Ends the server as somebody at its terminal would.
+    int interrupt() { return end(SIGINT); }
 
     /// Ends the server as a power failure would.
     int kill() { return end(SIGKILL); }
@@ -189,8 +202,10 @@ private:
     {
         // Appended to, so that a second start keeps what the first one said.
         redirect(STDERR_FILENO, m_folder / "stderr", O_WRONLY | O_CREAT | O_APPEND);
-        execute({program(), "--data", data().string(), "--port", "0", "--portal-port", "0", "--plain-port",
-                 "0", "--plain-portal-port", "0"});
+        std::vector<std::string> words{program(),       "--data", data().string(), "--port", "0",
+                                       "--portal-port", "0"};
+        words.insert(words.end(), m_options.begin(), m_options.end());
+        execute(words);
     }
 
     void readDescription(int fd)
@@ -211,6 +226,7 @@ private:
                 throw std::runtime_error("vrserver is not ready after a minute: " + log());
             }
         }
+        m_announcement = text;
         std::istringstream lines(text);
         for (std::string line; std::getline(lines, line);) {
             const auto colon = line.find(": ");
@@ -232,7 +248,7 @@ private:
     [[nodiscard]] int portOf(const std::string &name) const
     {
         const std::string url = value(name);
-        return std::stoi(url.substr(url.find(':', url.find("//")) + 1));
+        return std::stoi(url.substr(url.rfind(':') + 1));
     }
 
     [[nodiscard]] std::size_t countInLog(const std::string &text) const
@@ -280,6 +296,8 @@ private:
     }
 
     std::filesystem::path m_folder;
+    std::vector<std::string> m_options;
+    std::string m_announcement;
     std::map<std::string, std::string> m_description;
     pid_t m_pid = -1;
 };

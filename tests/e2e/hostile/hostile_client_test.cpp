@@ -165,21 +165,6 @@ TEST_F(HostileClient, a_body_over_the_limit_is_cut_off_whether_announced_or_not)
     expectAlive();
 }
 
-TEST_F(HostileClient, a_body_that_drips_is_cut_off_and_slows_nobody_down)
-{
-    m_server.configure("[Limits]\nBodyBytesPerSecond=100\nBodyRateSeconds=1\n");
-    RawConnection drip(m_server.plainPort());
-    drip.send(postHead + "Content-Length: 1000000\r\n\r\n");
-    const auto start = std::chrono::steady_clock::now();
-    bool taken = true;
-    while (taken && std::chrono::steady_clock::now() - start < std::chrono::seconds(30)) {
-        taken = drip.send("H");
-        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // this is what a dripping client does
-    }
-    EXPECT_FALSE(taken);
-    expectAlive();
-}
-
 TEST_F(HostileClient, more_connections_than_allowed_are_told_so)
 {
     m_server.configure("[Limits]\nConnections=5\n");
