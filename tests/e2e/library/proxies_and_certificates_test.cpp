@@ -144,8 +144,9 @@ public:
         }
         text += scheme.empty() ? "http_access allow all\n"
                                : "acl known proxy_auth REQUIRED\nhttp_access allow known\n";
-        m_daemon = std::make_unique<Daemon>(
-            std::vector<std::string>{"/usr/sbin/squid", "-N", "-f", m_folder.write("squid.conf", text)});
+        const std::string name = "vareklib" + std::to_string(m_port); // instances of one name share memory
+        m_daemon = std::make_unique<Daemon>(std::vector<std::string>{
+            "/usr/sbin/squid", "-N", "-n", name, "-f", m_folder.write("squid.conf", text)});
     }
 
     [[nodiscard]] bool isReady() const { return m_daemon->listensOn(m_port); }
@@ -250,6 +251,32 @@ TEST(TlsUpload, prints_a_document)
     const std::string address = "127.0.0.1:" + std::to_string(server.port());
     EXPECT_EQ(client.print(connectionTo(address, true), loginOf(server)), 0) << client.said();
     EXPECT_EQ(server.documents().size(), 1U);
+}
+
+// An installation that names its authority is never trusted less strictly.
+TEST(TlsUpload, an_authority_that_cannot_be_read_trusts_nobody)
+{
+    ServerProcess server;
+    const std::string address = "127.0.0.1:" + std::to_string(server.port());
+    InstalledClient client(server.authority());
+    client.folder().write("Frameworks/vrc-ca.pem", "");
+    EXPECT_NE(client.print(connectionTo(address, true), loginOf(server)), 0);
+    EXPECT_THAT(client.said(), testing::StartsWith("LOCAL/REQUEST/120"));
+    EXPECT_THAT(client.said(), testing::HasSubstr("vrc-ca.pem cannot be read"));
+    std::filesystem::remove(client.folder().path() / "Frameworks/vrc-ca.pem");
+    std::filesystem::create_symlink("nowhere", client.folder().path() / "Frameworks/vrc-ca.pem");
+    EXPECT_NE(client.print(connectionTo(address, true), loginOf(server)), 0);
+    EXPECT_EQ(server.documents().size(), 0U);
+}
+
+TEST(TlsUpload, without_an_authority_of_its_own_the_library_trusts_whom_the_system_trusts)
+{
+    ServerProcess server;
+    const std::string address = "127.0.0.1:" + std::to_string(server.port());
+    InstalledClient client(server.authority());
+    std::filesystem::remove(client.folder().path() / "Frameworks/vrc-ca.pem");
+    EXPECT_NE(client.print(connectionTo(address, true), loginOf(server)), 0);
+    EXPECT_THAT(client.said(), testing::StartsWith("LOCAL/REQUEST/120"));
 }
 
 TEST(TlsUpload, secrets_are_masked_in_the_socket_log)

@@ -143,6 +143,41 @@ TEST(Frames, every_decoder_refuses_missing_and_left_over_bytes)
     refusesCuts(encoded(wire::CompleteFrame{1}), wire::decodeComplete, false);
 }
 
+TEST(Frames, contradictions_within_a_frame_are_refused)
+{
+    const auto changed = [](std::string bytes, std::size_t at, char value) {
+        bytes.at(wire::kFrameHeaderBytes + at) = value;
+        return bytes;
+    };
+    const std::string hello = encoded(wire::HelloFrame{1, 2, {}, "a", "", "", "", "", true});
+    EXPECT_TRUE(wire::decodeHello(payloadOf(hello)));
+    EXPECT_FALSE(wire::decodeHello(payloadOf(changed(hello, 1, 3))))
+        << "the lowest version is above the highest";
+    EXPECT_FALSE(wire::decodeHello(payloadOf(changed(hello, hello.size() - wire::kFrameHeaderBytes - 1, 2))))
+        << "a flag that nobody knows";
+
+    const std::string command = encoded(wire::CommandFrame{1, true, {}, {}, "x"});
+    constexpr std::size_t flags = 8;
+    EXPECT_TRUE(wire::decodeCommand(payloadOf(command)));
+    EXPECT_FALSE(wire::decodeCommand(payloadOf(changed(command, 7, 0)))) << "commands count from 1";
+    EXPECT_FALSE(wire::decodeCommand(payloadOf(changed(command, flags, 8)))) << "a flag that nobody knows";
+    EXPECT_FALSE(wire::decodeCommand(payloadOf(changed(command, flags + 8, 1))))
+        << "an offset without its flag";
+    EXPECT_FALSE(wire::decodeCommand(payloadOf(changed(command, flags + 9, 1)))) << "a hash without its flag";
+    EXPECT_TRUE(wire::decodeCommand(
+        payloadOf(encoded(wire::CommandFrame{1, false, {}, {}, std::string(wire::kMaxCommandBytes, 'x')}))));
+    EXPECT_FALSE(wire::decodeCommand(payloadOf(
+        encoded(wire::CommandFrame{1, false, {}, {}, std::string(wire::kMaxCommandBytes + 1, 'x')}))));
+
+    const std::string welcome = encoded(wire::WelcomeFrame{1, "id", 1800, false});
+    EXPECT_FALSE(
+        wire::decodeWelcome(payloadOf(changed(welcome, welcome.size() - wire::kFrameHeaderBytes - 1, 2))));
+    EXPECT_FALSE(wire::decodeWelcome(payloadOf(encoded(wire::WelcomeFrame{1, "", 1800, false}))));
+    EXPECT_FALSE(wire::decodeResult(payloadOf(encoded(wire::ResultFrame{0, "x"}))));
+    EXPECT_FALSE(wire::decodeResult(payloadOf(encoded(wire::ResultFrame{1, "\xff"}))));
+    EXPECT_FALSE(wire::decodeError(payloadOf(encoded(wire::ErrorFrame{1, {"\xff", "b", 1, "c", "d"}}))));
+}
+
 TEST(Frames, objects_beyond_the_limits_are_refused)
 {
     EXPECT_TRUE(

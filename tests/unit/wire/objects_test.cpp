@@ -103,3 +103,41 @@ TEST(Objects, types_have_names_and_numbers)
     EXPECT_FALSE(wire::typeFromNumber(0));
     EXPECT_FALSE(wire::typeFromNumber(7));
 }
+
+TEST(Objects, every_text_of_a_value_is_bounded)
+{
+    const std::string longest(wire::kMaxTextBytes, 'x');
+    const std::string tooLong = longest + "x";
+    EXPECT_TRUE(wire::isWithinLimits(wire::StringList{longest}));
+    EXPECT_FALSE(wire::isWithinLimits(wire::StringList{"a", tooLong}));
+    EXPECT_TRUE(wire::isWithinLimits(wire::IndStringList{{longest, longest}}));
+    EXPECT_FALSE(wire::isWithinLimits(wire::IndStringList{{tooLong, "v"}}));
+    EXPECT_FALSE(wire::isWithinLimits(wire::IndStringList{{"k", tooLong}}));
+    EXPECT_FALSE(wire::isWithinLimits(wire::IndStringList(9, {longest, longest})));
+    EXPECT_FALSE(wire::isWithinLimits(wire::Table{1, {tooLong}}));
+    EXPECT_FALSE(wire::isWithinLimits(wire::Table{17, wire::StringList(17, longest)}));
+    EXPECT_FALSE(wire::isWithinLimits(wire::Table{65, wire::StringList(65)}));
+    EXPECT_TRUE(wire::isWithinLimits(std::int64_t{INT64_MIN}));
+}
+
+TEST(Objects, bytes_beyond_the_limits_are_no_value)
+{
+    EXPECT_TRUE(wire::decodeValue(ObjectType::String, std::string(wire::kMaxTextBytes, 'x')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::String, std::string(wire::kMaxTextBytes + 1, 'x')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::StringList, std::string(wire::kMaxValueBytes + 4, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::StringList, std::string(4 * 10001, '\0')));
+    EXPECT_TRUE(wire::decodeValue(ObjectType::IndStringList, std::string(8 * 10000, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::IndStringList, std::string(8 * 10001, '\0')));
+    EXPECT_TRUE(wire::decodeValue(ObjectType::Table, "\0\0\0\1"s + std::string(4 * 10000, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::Table, "\0\0\0\1"s + std::string(4 * 10001, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::StringList, "\0\0\0\2\xff\xff"s)) << "no UTF-8";
+}
+
+TEST(Objects, a_new_object_of_every_type_is_empty)
+{
+    EXPECT_EQ(wire::emptyValue(ObjectType::String), Value(std::string()));
+    EXPECT_EQ(wire::emptyValue(ObjectType::Integer), Value(std::int64_t{0}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::StringList), Value(wire::StringList{}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::IndStringList), Value(wire::IndStringList{}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::Table), Value(wire::Table{}));
+}

@@ -5,10 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <barrier>
 #include <dlfcn.h>
 
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -18,8 +22,11 @@ constexpr char connection[] = R"(Unicode="YES" Server="127.0.0.1:9" Application=
 class LoadedLibrary : public testing::Test
 {
 protected:
-    void load(std::initializer_list<const char *> files)
+    void load(std::initializer_list<const char *> files, std::initializer_list<const char *> damaged = {})
     {
+        for (const char *file : damaged) {
+            m_folder.write(file, "no library");
+        }
         for (const char *file : files) {
             std::filesystem::copy(std::filesystem::path(VAREK_BUILD_DIR "/Frameworks") / file,
                                   m_folder.path());
@@ -52,6 +59,33 @@ TEST_F(LoadedLibrary, the_part_beside_it_is_found_by_the_first_request)
     closeRequest(request);
 }
 
+TEST_F(LoadedLibrary, the_part_beside_it_is_found_by_the_first_requests_of_several_threads)
+{
+    load({"libvrc.so", "libvrc-core.so"});
+    std::barrier start(8);
+    std::array<void *, 8> requests{};
+    {
+        std::vector<std::jthread> threads;
+        threads.reserve(requests.size());
+        for (void *&request : requests) {
+            threads.emplace_back([this, &start, &request] {
+                start.arrive_and_wait();
+                request = openRequest(connection);
+            });
+        }
+    }
+    for (void *request : requests) {
+        EXPECT_NE(request, nullptr);
+        closeRequest(request);
+    }
+}
+
+TEST_F(LoadedLibrary, a_part_that_is_no_library_gives_no_request)
+{
+    load({"libvrc.so"}, {"libvrc-core.so"});
+    EXPECT_EQ(openRequest(connection), nullptr);
+}
+
 TEST_F(LoadedLibrary, a_missing_part_gives_no_request)
 {
     load({"libvrc.so"});
@@ -64,6 +98,10 @@ TEST_F(LoadedLibrary, a_command_without_a_request_fails_and_clears_the_result)
     char result[8] = "stale";
     EXPECT_EQ(command(nullptr, "VR_CMD=|MISC:NOP|", result, sizeof result, nullptr), 0);
     EXPECT_STREQ(result, "");
+    EXPECT_EQ(command(nullptr, "VR_CMD=|MISC:NOP|", nullptr, 8, nullptr), 0);
+    result[0] = 's';
+    EXPECT_EQ(command(nullptr, "VR_CMD=|MISC:NOP|", result, 0, nullptr), 0);
+    EXPECT_EQ(result[0], 's') << "there is no room for as much as the end of a text";
     closeRequest(nullptr);
 }
 
