@@ -37,9 +37,6 @@ public:
     /// The body has ended, or take() said false. Call it once.
     [[nodiscard]] RequestAnswer &finish();
 
-    /// A later request has taken the session over.
-    [[nodiscard]] bool isSuperseded() const { return m_superseded; }
-
     [[nodiscard]] bool isMalformed() const { return m_malformed; }
 
     /// Single sign-on without a good ticket: nothing has been carried out.

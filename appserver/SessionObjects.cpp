@@ -68,12 +68,6 @@ std::uint64_t roomBelow(std::uint64_t limit, std::uint64_t used)
 
 } // namespace
 
-wire::ObjectType typeOf(const ServerObject &object)
-{
-    const auto *value = std::get_if<wire::Value>(&object);
-    return value != nullptr ? wire::typeOf(*value) : wire::ObjectType::File;
-}
-
 SessionObjects::SessionObjects(std::filesystem::path folder) : m_folder(std::move(folder))
 {}
 

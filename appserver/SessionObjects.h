@@ -19,8 +19,6 @@ struct ServerLimits;
 using FilePtr = std::shared_ptr<FileObject>;
 using ServerObject = std::variant<wire::Value, FilePtr>;
 
-[[nodiscard]] wire::ObjectType typeOf(const ServerObject &object);
-
 /// The objects and variables of one session, within its limits. Not safe on several threads. Functions throw
 /// CommandFailure: the error that the command has failed with.
 class SessionObjects

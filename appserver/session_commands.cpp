@@ -139,10 +139,7 @@ CommandOutcome getObject(const CommandContext &context)
 CommandOutcome sendObject(const CommandContext &context)
 {
     const std::string &name = context.name();
-    if (!context.received.object) {
-        throw CommandFailure(errors::MalformedRequest, "no object came with OBJECT:SEND");
-    }
-    context.session.objects.put(name, *context.received.object, context.limits);
+    context.session.objects.put(name, context.received.object.value(), context.limits);
     return {};
 }
 

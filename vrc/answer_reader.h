@@ -60,8 +60,6 @@ public:
     // The command that is waited for may become known while the request is still being written.
     void expect(const Expectation &expectation) { m_expectation = expectation; }
 
-    [[nodiscard]] const Expectation &expectation() const { return m_expectation; }
-
     void take(std::string_view bytes) override;
 
     [[nodiscard]] std::uint64_t framesTaken() const override { return m_frames; }

@@ -63,8 +63,6 @@ public:
     void write(std::string_view bytes);
     void close(); // reports what the destructor cannot
 
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
-
 private:
     std::string m_path;
     int m_descriptor = -1;

@@ -76,8 +76,6 @@ public:
     // Drops the exchange, if there is one, and its connection.
     void abandon() noexcept;
 
-    [[nodiscard]] bool isBusy() const { return m_isBusy; }
-
     // True when the last exchange went over a connection that earlier ones had used.
     [[nodiscard]] bool wasReused() const { return m_wasReused; }
 
