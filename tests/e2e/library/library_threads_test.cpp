@@ -84,10 +84,11 @@ TEST_F(LibraryThreads, errors_and_sessions_of_one_request_are_never_those_of_ano
     onAllThreads([&](int thread) {
         const bool isRefused = thread % 2 == 1;
         const auto place = static_cast<std::size_t>(thread);
-        for (int round = 0; round < 10; ++round) {
+        for (int round = 0; round < 8; ++round) {
             LibraryRequest request(plainConnection(m_server.plainPort()));
             const bool isDone =
-                request.command("VR_CMD=|MISC:NOP| " + (isRefused ? "POD_USER=|nobody|" : login()));
+                request.command("VR_CMD=|MISC:NOP| " +
+                                (isRefused ? "POD_USER=|nobody" + std::to_string(thread) + "|" : login()));
             outcomes[place] = isDone ? "done" : request.error();
             request.command("VR_CMD=|LOCAL:REQUEST:GET_SESSION_ID|");
             sessions[place] = request.result();
