@@ -9,7 +9,7 @@ import threading
 
 import installed_system
 from desktop_session import DesktopSession
-from private_machine import USERS, as_user, build_dir, run, start, start_cupsd, start_display, wait_until
+from private_machine import USERS, as_user, run, start, start_cupsd, start_display, wait_until
 from spool_view import SPOOL, contents, spool_of
 from window_hands import WindowHands, title_of
 
@@ -17,10 +17,6 @@ USERS_PER_DISPLAY = 10
 CUPSD_SETTINGS = "LogLevel info\nPreserveJobHistory No\nPreserveJobFiles No\nMaxClients 200\n"
 # A session of a document that waits for its user is to end while the soak can see it.
 SESSION_SECONDS = 15
-# A third of the users each: with the portal, without it, to a tunnel service. One mode, so that nobody is asked.
-MODES = {"standard": "PrintingModes=STANDARD", "async": "PrintingModes=ASYNC",
-         "tunnel": "PrintingModes=TUNNEL\nTunnelMode=SINGLE\nTunnelServiceName=archive\nTunnelServiceProfile=long-term"}
-
 # What the agent starts: notes what it is given, and becomes the program with a log.
 SEND = """#!/bin/sh
 for word; do
@@ -32,23 +28,15 @@ exec /usr/lib/varek/bin/vrp "$@" -l "$HOME/sent/$title.log"
 """
 
 
-def build_tool(name):
-    return os.path.join(build_dir(), "tests", name)
-
-
-def stored_form(password):
-    done = subprocess.run([build_tool("stored_form")], input=password.encode() + b"\n", stdout=subprocess.PIPE, check=True)
-    return done.stdout.decode().strip()
-
-
 class SoakUser:
     def __init__(self, name, display):
         self.name = name
-        self.mode = list(MODES)[USERS[name] % len(MODES)]
+        # A third of the users each: with the portal, without it, to a tunnel service. One mode, so that nobody is asked.
+        self.mode = list(installed_system.MODES)[USERS[name] % len(installed_system.MODES)]
         self.password = "Secret-of-" + name
         self.home = "/home/" + name
         self.session = DesktopSession.on_display(name, display, self.password)
-        self._stored = {word: stored_form(word) for word in (self.password, "wrong")}
+        self._stored = {word: installed_system.stored_form(word) for word in (self.password, "wrong")}
         self.write_settings()
         self._write("bin/send", SEND, 0o755)
         run(*as_user(name, "mkdir", self.home + "/sent"))
@@ -109,7 +97,8 @@ class SoakMachine:
         self.server = installed_system.start_server()
         installed_system.trust_server()
         installed_system.open_portal_without_tls(self.server)
-        self._configure_modes()
+        self._async_parameters = installed_system.offer_one_mode_each(self.server)["async"]
+        installed_system.configure_server(self.server, "[Limits]\nSessionIdleSeconds=%d" % SESSION_SECONDS)
         installed_system.install_queue()
         self.left_alone = set()
         self.lock = threading.RLock()
@@ -123,16 +112,6 @@ class SoakMachine:
         for hands in self._hands:
             hands.start()
 
-    def _configure_modes(self):
-        demo = re.search(r"^\[Parameters demo\]\n(.*?)^\s*$", contents(installed_system.SERVER_CONFIGURATION).decode(),
-                         re.M | re.S).group(1)
-        text = "[Limits]\nSessionIdleSeconds=%d\n\n" % SESSION_SECONDS
-        for mode, profile in MODES.items():
-            parameters = re.sub("^(SERVER_UPLOAD_PROFILE_CONTAINER)=.*$", r"\1=" + mode, demo, flags=re.M)
-            text += "[Directory %s]\n\n[Parameters %s]\n%s\n[Profile %s]\n%s\n\n" % (mode, mode, parameters, mode, profile)
-        self._async_parameters = parameters.replace("=tunnel", "=async")
-        installed_system.configure_server(self.server, text)
-
     def _password_of(self, title):
         return next(user.password for user in self.users if title.endswith(user.name))
 
@@ -144,8 +123,8 @@ class SoakMachine:
 
     def relayed_directory(self, name, kind, after_bytes):
         """A directory whose upload server is reached through a relay with a fault; its name and the relay."""
-        relay = subprocess.Popen([build_tool("fault_relay"), "1082", kind, str(after_bytes)], stdin=subprocess.PIPE,
-                                 stdout=subprocess.PIPE)
+        relay = subprocess.Popen([installed_system.build_tool("fault_relay"), "1082", kind, str(after_bytes)],
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         port = relay.stdout.readline().decode().strip()
         parameters = re.sub("^SERVER_UPLOAD_PORT=.*$", "SERVER_UPLOAD_PORT=" + port, self._async_parameters, flags=re.M)
         with self.lock:

@@ -77,12 +77,15 @@ class DesktopSession:
     def press(self, *keys):
         self._answer("xdotool", "key", *keys)
 
+    def type(self, text):
+        self._answer("xdotool", "type", text)
+
     def log_in(self):
         self.activate("Varek print - identifier")
         if not self.is_known:
-            self._answer("xdotool", "type", self.user)
+            self.type(self.user)
             self.press("Tab")
-        self._answer("xdotool", "type", self.password)
+        self.type(self.password)
         self.press("Return")
         self.is_known = True
 

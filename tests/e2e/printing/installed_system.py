@@ -16,7 +16,19 @@ SERVER_CONFIGURATION = DATA + "/vrserver.ini"
 CONFIGURATION = "/etc/varek/varek.ini"
 PORTS = {"--port": 1082, "--portal-port": 1083, "--plain-portal-port": 1084}
 DIRECTORY = "127.0.0.1:1082;directory:demo"
+# Directories by the only print mode that they offer, and the profile behind each.
+MODES = {"standard": "PrintingModes=STANDARD", "async": "PrintingModes=ASYNC",
+         "tunnel": "PrintingModes=TUNNEL\nTunnelMode=SINGLE\nTunnelServiceName=archive\nTunnelServiceProfile=long-term"}
 _SAID = "/tmp/server.txt"
+
+
+def build_tool(name):
+    return os.path.join(build_dir(), "tests", name)
+
+
+def stored_form(password):
+    done = subprocess.run([build_tool("stored_form")], input=password.encode() + b"\n", stdout=subprocess.PIPE, check=True)
+    return done.stdout.decode().strip()
 
 
 def install_files():
@@ -63,6 +75,15 @@ def open_portal_without_tls(server):
     """Tests read the portal without the authority's certificate."""
     edit(SERVER_CONFIGURATION, "^PORTAL_URL=.*$", "PORTAL_URL=http://127.0.0.1:1084/portal?client=vrp")
     configure_server(server, "")
+
+
+def offer_one_mode_each(server, adapt=lambda parameters: parameters):
+    """Has the server offer MODES; gives the parameters of each directory."""
+    demo = re.search(r"^\[Parameters demo\]\n(.*?)^\s*$", contents(SERVER_CONFIGURATION).decode(), re.M | re.S).group(1)
+    given = {mode: adapt(re.sub("^(SERVER_UPLOAD_PROFILE_CONTAINER)=.*$", r"\1=" + mode, demo, flags=re.M)) for mode in MODES}
+    configure_server(server, "".join("[Directory %s]\n\n[Parameters %s]\n%s\n[Profile %s]\n%s\n\n" %
+                                     (mode, mode, given[mode], mode, profile) for mode, profile in MODES.items()))
+    return given
 
 
 def install_queue():

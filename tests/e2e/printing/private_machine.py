@@ -126,15 +126,15 @@ DefaultShared No
 """
 
 
-def start_cupsd(settings="LogLevel debug\n"):
-    """Starts cupsd with what every test needs in its configuration, and these settings."""
+def start_cupsd(settings="LogLevel debug\n", before=()):
+    """Starts cupsd with what every test needs in its configuration, and these settings; `before` goes before its command."""
     for folder in ("/run/cups", "/var/log/cups"):
         os.makedirs(folder, exist_ok=True)
     with open("/etc/cups/cupsd.conf", encoding="utf-8") as file:
         policies = file.read()
     with open("/etc/cups/cupsd.conf", "w", encoding="utf-8") as file:
         file.write(settings + CUPSD_CONF + policies[policies.index("<Policy default>"):])
-    daemon = start("cupsd", "-f", stderr=subprocess.DEVNULL)
+    daemon = start(*before, "cupsd", "-f", stderr=subprocess.DEVNULL)
     wait_until(lambda: subprocess.run(["lpstat", "-r"], stdout=subprocess.PIPE, check=False).stdout.strip()
                == b"scheduler is running", "cupsd answers")
     return daemon
