@@ -40,6 +40,12 @@ class Documents(unittest.TestCase):
                 checked += 1
         self.assertGreater(checked, 20)
 
+    def test_tests_that_are_named_exist(self):
+        there = {os.path.basename(path) for path in glob.glob(os.path.join(ROOT, "tests/**/*_test.*"), recursive=True)}
+        named = {(name, test) for name in names() for test in re.findall(r"`(?:[\w/]+/)?(\w+_test\.\w+)`", text_of(name))}
+        self.assertGreater(len(named), 15)
+        self.assertEqual({(name, test) for name, test in named if test not in there}, set())
+
     def test_every_message_that_the_program_shows_is_explained(self):
         explained = text_of("docs/administration.md")
         messages = shown_messages()
