@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "tests/gui/dialog_test.h"
+#include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/ui/AskServiceDialog.h"
+#include "vrp/settings/installation_settings.h"
 #include "vrp/ui/AskUpdateDialog.h"
 #include "vrp/ui/ConfigDialog.h"
-#include "vrp/ui/PrintModeDialog.h"
-#include "vrp/ui/ProxyUserPasswordDialog.h"
+#include "vrp/ui/MessageWindow.h"
 #include "vrp/ui/UserPasswordDialog.h"
 
 #include <QScreen>
-
-#include <memory>
 
 namespace {
 
@@ -22,18 +20,6 @@ protected:
     {
         QApplication::setFont(m_font);
         QApplication::setLayoutDirection(Qt::LeftToRight);
-    }
-
-    static std::vector<std::unique_ptr<QDialog>> everyDialog()
-    {
-        std::vector<std::unique_ptr<QDialog>> dialogs;
-        dialogs.push_back(std::make_unique<UserPasswordDialog>());
-        dialogs.push_back(std::make_unique<ProxyUserPasswordDialog>());
-        dialogs.push_back(std::make_unique<PrintModeDialog>());
-        dialogs.push_back(std::make_unique<AskServiceDialog>());
-        dialogs.push_back(std::make_unique<AskUpdateDialog>());
-        dialogs.push_back(std::make_unique<ConfigDialog>());
-        return dialogs;
     }
 
     static void expectEveryDialogWhole()
@@ -62,6 +48,27 @@ protected:
         }
     }
 
+    /// Has the texts and images that an installation with this file of packaging/config has.
+    void installLanguage(const char *file)
+    {
+        const QString folder = QStringLiteral(VAREK_SOURCE_DIR "/packaging/");
+        delete m_run->configSettings;
+        m_run->configSettings = nullptr;
+        copyBounded(m_run->configFilePath,
+                    QString2StdWString(folder + QStringLiteral("config/") + QLatin1String(file)));
+        for (const wchar_t *id : resource::installed) {
+            VrpsSetCompanyRegistryKeyFromConfigFile(id);
+        }
+        m_run->programDir = QString2StdWString(folder + QStringLiteral("images"));
+    }
+
+    static void setFontSize(qreal points)
+    {
+        QFont font = QApplication::font();
+        font.setPointSizeF(points);
+        QApplication::setFont(font);
+    }
+
     QFont m_font = QApplication::font();
 };
 
@@ -85,6 +92,48 @@ TEST_F(Appearance, nothing_is_cut_with_a_font_half_as_large_again)
     doubleTexts();
     expectEveryDialogWhole();
 }
+
+TEST_F(Appearance, nothing_is_cut_with_a_font_of_24_points)
+{
+    setFontSize(24);
+    expectEveryDialogWhole();
+}
+
+class Languages : public Appearance, public testing::WithParamInterface<const char *>
+{
+protected:
+    Languages() { installLanguage(GetParam()); }
+};
+
+TEST_P(Languages, are_shown_whole)
+{
+    expectEveryDialogWhole();
+    setFontSize(24);
+    expectEveryDialogWhole();
+}
+
+TEST_P(Languages, leave_every_progress_text_beside_the_cancel_button)
+{
+    MessageWindow window;
+    window.show();
+    const QWidget &cancel = child<QWidget>(window, "cancelButton");
+    const QLabel &label = child<QLabel>(window, "textLabel");
+    for (const wchar_t *id : resource::installed) {
+        if (std::wstring(id).rfind(L"Messages;", 0) == 0) {
+            window.setTextMessage(VrpsLoadConfigString(id).c_str());
+            EXPECT_TRUE(window.rect().contains(label.geometry())) << qPrintable(label.text());
+            EXPECT_FALSE(cancel.geometry().intersects(label.geometry())) << qPrintable(label.text());
+        }
+    }
+}
+
+TEST_P(Languages, put_a_blank_between_the_word_version_and_its_number)
+{
+    EXPECT_TRUE(child<QLabel>(ConfigDialog(), "versionLabel").text().endsWith(QStringLiteral(": 1.00.000")));
+}
+
+INSTANTIATE_TEST_SUITE_P(Shipped, Languages,
+                         testing::Values("varek.ini", "varek.fr.ini", "varek.de.ini", "varek.es.ini"));
 
 TEST_F(Appearance, every_dialog_is_mirrored_where_people_read_from_right_to_left)
 {

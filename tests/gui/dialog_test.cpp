@@ -1,8 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "tests/gui/dialog_test.h"
 
+#include "vrp/ui/AskServiceDialog.h"
+#include "vrp/ui/AskUpdateDialog.h"
+#include "vrp/ui/ConfigDialog.h"
+#include "vrp/ui/PrintModeDialog.h"
+#include "vrp/ui/ProxyUserPasswordDialog.h"
+#include "vrp/ui/UserPasswordDialog.h"
+
 #include <QAccessible>
 #include <QLayout>
+
+std::vector<std::unique_ptr<QDialog>> everyDialog()
+{
+    std::vector<std::unique_ptr<QDialog>> dialogs;
+    dialogs.push_back(std::make_unique<UserPasswordDialog>());
+    dialogs.push_back(std::make_unique<ProxyUserPasswordDialog>());
+    dialogs.push_back(std::make_unique<PrintModeDialog>());
+    dialogs.push_back(std::make_unique<AskServiceDialog>());
+    dialogs.push_back(std::make_unique<AskUpdateDialog>());
+    dialogs.push_back(std::make_unique<ConfigDialog>());
+    return dialogs;
+}
 
 QString DialogTest::shownText(const QWidget &dialog, const char *widget)
 {

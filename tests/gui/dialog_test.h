@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 
+#include <memory>
 #include <vector>
 
 /// A text of a dialog: the widget that shows it, its resource identifier and its default.
@@ -20,6 +21,9 @@ struct DialogText
     const wchar_t *id;
     const wchar_t *byDefault;
 };
+
+/// A new one of each dialog.
+[[nodiscard]] std::vector<std::unique_ptr<QDialog>> everyDialog();
 
 /// What holds for every dialog.
 class DialogTest : public GuiTest

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Renders every window of the program to a picture:
-//   screenshots FOLDER light|dark default|long
-// The scale is that of QT_SCALE_FACTOR.
+//   screenshots FOLDER light|dark default|long|CONFIGURATION
+// A configuration file is one of packaging/config; its language is in its name. The scale is that of
+// QT_SCALE_FACTOR.
 
 #include "tests/support/fresh_main.h"
 #include "tests/support/settings_folder.h"
+#include "vrp/core/GuiApplication.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
+#include "vrp/settings/installation_settings.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/ui/AskServiceDialog.h"
 #include "vrp/ui/AskUpdateDialog.h"
@@ -15,13 +18,18 @@
 #include "vrp/ui/PrintModeDialog.h"
 #include "vrp/ui/ProxyUserPasswordDialog.h"
 #include "vrp/ui/UserPasswordDialog.h"
+#include "vrp/ui/message_boxes.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QPainter>
 #include <QPixmap>
+#include <QTimer>
 
 #include <cstdio>
+#include <functional>
+#include <regex>
 #include <string>
 
 namespace {
@@ -79,6 +87,19 @@ void useLongTexts()
     }
 }
 
+/// The texts and images that an installation with this file has, and the toolkit's texts in its language.
+void useConfiguration(const QString &file)
+{
+    VrpMain *run = VrpsGetMain();
+    copyBounded(run->configFilePath, QString2StdWString(file));
+    for (const wchar_t *id : resource::installed) {
+        VrpsSetCompanyRegistryKeyFromConfigFile(id);
+    }
+    run->programDir = QString2StdWString(QFileInfo(file).path() + QStringLiteral("/../images"));
+    const QString language = QFileInfo(file).completeBaseName().section(QLatin1Char('.'), 1);
+    QLocale::setDefault(QLocale(language.isEmpty() ? QStringLiteral("en") : language));
+}
+
 void savePicture(QWidget &window, const QString &file)
 {
     window.show();
@@ -105,10 +126,14 @@ void renderProgress(const QString &folder)
 {
     VrpMain *run = VrpsGetMain();
     const std::wstring text =
-        VrpsGetCompanyRegistryKey(L"Messages", L"SendingFile", L"Sending file...", false);
+        std::regex_replace(VrpsGetCompanyRegistryKey(L"Messages", L"SendingFile", L"Sending file...", false),
+                           std::wregex(L"%d"), L"42");
     MessageWindow plain;
     plain.setTextMessage(text.c_str());
     savePicture(plain, folder + QStringLiteral("/progress.png"));
+    if (run->configFilePath[0] != L'\0') {
+        return; // the shipped files have a look of their own
+    }
 
     const QTemporaryDir images;
     run->programDir = QString2StdWString(images.path());
@@ -141,6 +166,28 @@ void renderDialogs(const QString &folder)
     savePicture(configuration, folder + QStringLiteral("/configuration.png"));
 }
 
+/// The picture of the box that an action shows.
+void saveBox(const std::function<void()> &action, const QString &file)
+{
+    QTimer::singleShot(0, [&file] {
+        QWidget *box = QApplication::activeModalWidget();
+        savePicture(*box, file);
+        box->close();
+    });
+    action();
+}
+
+void renderBoxes(const QString &folder)
+{
+    saveBox([] { VrpsGetMain()->Version(); }, folder + QStringLiteral("/version.png"));
+    saveBox([] { VrpsMessageBoxFromId(resource::setupIntroInstall, iconQuestion, buttonYes | buttonNo); },
+            folder + QStringLiteral("/install.png"));
+    saveBox([] { VrpsMessageBoxFromId(resource::setupInstallOk, iconInformation, buttonOk); },
+            folder + QStringLiteral("/installed.png"));
+    saveBox([] { VrpsErrorMessage(resource::errorsNoTunnelServiceProfile, 0); },
+            folder + QStringLiteral("/error.png"));
+}
+
 void prepareRun()
 {
     VrpMain *run = VrpsGetMain();
@@ -164,7 +211,7 @@ int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
     if (argc != 4) {
-        std::fputs("usage: screenshots FOLDER light|dark default|long\n", stderr);
+        std::fputs("usage: screenshots FOLDER light|dark default|long|CONFIGURATION\n", stderr);
         return 2;
     }
     QApplication::setStyle(QStringLiteral("Fusion"));
@@ -175,11 +222,16 @@ int main(int argc, char **argv)
     const SettingsFolder settings;
     const FreshMain main;
     prepareRun();
-    if (qstrcmp(argv[3], "long") == 0) {
+    const QString texts = QString::fromLocal8Bit(argv[3]);
+    if (texts == QLatin1String("long")) {
         useLongTexts();
+    } else if (texts != QLatin1String("default")) {
+        useConfiguration(texts);
     }
+    const GuiApplication language(GuiApplication::LastWindow::isIgnored);
     const QString folder = QString::fromLocal8Bit(argv[1]);
     renderDialogs(folder);
+    renderBoxes(folder);
     renderProgress(folder);
     return 0;
 }
