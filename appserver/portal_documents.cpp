@@ -4,7 +4,7 @@
 #include "appserver/AppServices.h"
 #include "appserver/ClientConnection.h"
 #include "appserver/html_text.h"
-#include "appserver/login.h"
+#include "appserver/login_check.h"
 #include "appserver/portal_answers.h"
 #include "appserver/portal_documents_pages.h"
 #include "appserver/portal_service.h"

@@ -5,7 +5,7 @@
 #include "appserver/CommandFailure.h"
 #include "appserver/control_digest.h"
 #include "appserver/decompression.h"
-#include "appserver/login.h"
+#include "appserver/login_check.h"
 #include "appserver/profile_objects.h"
 #include "appserver/session_procedures.h"
 

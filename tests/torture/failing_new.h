@@ -8,8 +8,8 @@
 /// those of the C libraries that it uses are none of operator new's.
 namespace failing_new {
 
-/// Of this thread: the n-th allocation from now on fails, and with `isLasting` every one behind it in the same
-/// call too. 0: none.
+/// Of this thread: the n-th allocation from now on fails, and with `isLasting` every one behind it in the
+/// same call too. 0: none.
 void failAt(std::uint64_t n, bool isLasting);
 
 /// The library's allocations of this thread since failAt() was called last.

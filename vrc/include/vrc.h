@@ -33,16 +33,18 @@ VRC_EXPORT void *VrOpenRequest(const char *connection);
 
 /*
  * Carries out one command. Remote commands that carry nothing back are queued: 1 says then that they are on
- * their way, and the next command that waits for an answer fails when one of them failed. `result` may be null; otherwise at most `capacity` bytes are written to it, the
- * terminating zero included. A result that does not fit is an error (LOCAL/REQUEST/124), never a cut text.
- * `extra` is reserved and may be null. Returns 1 for success and 0 for an error; the error of the last failed
- * command is then asked with VR_CMD=|LOCAL:REQUEST:ERROR_INFO|, which neither changes nor clears it.
+ * their way, and the next command that waits for an answer fails when one of them failed. `result` may be
+ * null; otherwise at most `capacity` bytes are written to it, the terminating zero included. A result that
+ * does not fit is an error (LOCAL/REQUEST/124), never a cut text. `extra` is reserved and may be null.
+ * Returns 1 for success and 0 for an error; the error of the last failed command is then asked with
+ * VR_CMD=|LOCAL:REQUEST:ERROR_INFO|, which neither changes nor clears it.
  */
 VRC_EXPORT int VrCommand(void *request, const char *command, char *result, int capacity, int *extra);
 
 /*
- * Frees the request with its local objects and the temporary files that belong to them. What is queued is seen
- * carried out before. The session on the server goes on: only VR_CLOSE_SESSION=|YES| ends it. Null is allowed.
+ * Frees the request with its local objects and the temporary files that belong to them. What is queued is
+ * seen carried out before. The session on the server goes on: only VR_CLOSE_SESSION=|YES| ends it. Null is
+ * allowed.
  */
 VRC_EXPORT void VrCloseRequest(void *request);
 

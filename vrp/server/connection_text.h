@@ -12,8 +12,9 @@ struct ProxySettings
     std::wstring password; ///< in clear
 };
 
-/// What is needed to open a request to a server. Nothing can be escaped in the text that is made of it: values are
-/// sent as they are, but for a double quote that would end one early and begin another, which is left out.
+/// What is needed to open a request to a server. Nothing can be escaped in the text that is made of it:
+/// values are sent as they are, but for a double quote that would end one early and begin another, which is
+/// left out.
 struct ConnectionParameters
 {
     std::wstring server;

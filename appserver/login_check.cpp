@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "appserver/login.h"
+#include "appserver/login_check.h"
 
 #include "appserver/AppServices.h"
 
