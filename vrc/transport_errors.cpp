@@ -91,7 +91,9 @@ bool isAnswered(const ExchangeEnd &end, bool needsFrames)
 wire::ErrorInfo errorOf(const ExchangeEnd &end)
 {
     const bool isRejected = end.code == CURLE_OK || end.code == CURLE_WRITE_ERROR;
-    if (end.hasAnswerTooLong) {
+    // A single line that is too long is no memory to the transport library.
+    const bool hasEndlessLine = end.code == CURLE_OUT_OF_MEMORY && end.isConnected && !end.isHeaderComplete;
+    if (end.hasAnswerTooLong || hasEndlessLine) {
         return wire::makeError(errors::StrangeAnswer, "the answer has header lines without end");
     }
     if (isRejected && end.status != 0 && !end.isHeaderComplete) {

@@ -120,3 +120,18 @@ std::string HttpPeer::answer(std::string_view frames)
     return "HTTP/1.1 200 OK\r\nContent-Type: application/vnd.varek.frames\r\nContent-Length: " +
            std::to_string(frames.size()) + "\r\n\r\n" + std::string(frames);
 }
+
+std::string HttpPeer::askServer(int port, std::string_view body)
+{
+    const LoopbackSocket server = LoopbackSocket::connection(port);
+    server.send("POST /vrc HTTP/1.1\r\nHost: x\r\nConnection: close\r\nContent-Type: "
+                "application/vnd.varek.frames\r\nContent-Length: " +
+                std::to_string(body.size()) + "\r\n\r\n");
+    server.send(body);
+    std::string answer;
+    for (std::string piece = server.receive(); !piece.empty(); piece = server.receive()) {
+        answer += piece;
+    }
+    const std::size_t header = answer.find("\r\n\r\n");
+    return header == std::string::npos ? std::string() : answer.substr(header + 4);
+}

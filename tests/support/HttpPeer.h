@@ -62,6 +62,10 @@ public:
     /// A whole answer with status 200 and the media type of frames.
     static std::string answer(std::string_view frames);
 
+    /// Has the server behind this peer, without TLS, answer a body of frames; its frames, empty when there is
+    /// no answer.
+    static std::string askServer(int port, std::string_view body);
+
 private:
     void serve();
 

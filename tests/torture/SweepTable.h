@@ -13,6 +13,7 @@
 struct Verdict
 {
     bool isCompleted = false;            ///< else it was refused with an error
+    std::string error;                   ///< then: SERVICE/CLASS/CODE
     std::vector<std::string> violations; ///< of the invariants; each a sentence
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/torture/UploadBed.h"
 
+#include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/loopback_socket.h"
 #include "tests/support/private_library.h"
@@ -144,6 +145,20 @@ void enterFastPlace()
     ::setenv("TMPDIR", folder.c_str(), 1);
 }
 
+void loseSilentServersSoon()
+{
+#if defined(__SANITIZE_ADDRESS__)
+    const char *milliseconds = "3000";
+#elif defined(__has_feature)
+    const char *milliseconds =
+        __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ? "3000" : "500";
+#else
+    const char *milliseconds = "500";
+#endif
+    ::setenv("VRC_STALL_TIMEOUT_MS", milliseconds, 1);
+    ::setenv("VRC_ANSWER_TIMEOUT_MS", milliseconds, 1);
+}
+
 struct UploadBed::Result
 {
     bool isOpen = false;
@@ -227,11 +242,14 @@ Verdict UploadBed::uploadTwice(int port, bool isTls, const std::string &document
 {
     Verdict verdict = upload(port, isTls, document);
     mend();
-    if (!verdict.isCompleted) {
-        const Verdict next = upload(isTls ? m_server.port() : m_server.plainPort(), isTls, document);
-        if (!next.isCompleted || !next.violations.empty()) {
-            verdict.violations.emplace_back("the next upload, without a fault, fails");
-        }
+    Verdict next;
+    next.isCompleted = verdict.isCompleted;
+    for (int tries = 0; tries < 3 && !next.isCompleted && next.violations.empty(); ++tries) {
+        next = upload(isTls ? m_server.port() : m_server.plainPort(), isTls, document);
+    }
+    if (!next.isCompleted || !next.violations.empty()) {
+        verdict.violations.push_back("the next upload, without a fault, fails: " + next.error);
+        verdict.violations.insert(verdict.violations.end(), next.violations.begin(), next.violations.end());
     }
     return verdict;
 }
@@ -241,6 +259,7 @@ void UploadBed::judge(const Result &result, const std::string &name, const std::
 {
     const std::vector<std::string> held = stored(name);
     verdict.isCompleted = result.isDone;
+    verdict.error = result.error;
     const std::string outcome = result.error + " (" + result.description + ") at " + result.failedCommand;
     if (result.isDone) {
         if (held.size() != 1 || held[0] != result.identifier || storedText(held[0]) != document) {
@@ -298,22 +317,11 @@ bool UploadBed::hasSession(const std::string &identifier, bool isEnd) const
     std::string body;
     wire::append(body, wire::SessionFrame{wire::kVersion, identifier, 0});
     isEnd ? wire::appendEnd(body) : wire::append(body, wire::QueryFrame{""});
-    const LoopbackSocket socket = LoopbackSocket::connection(m_server.plainPort());
-    socket.send("POST /vrc HTTP/1.1\r\nHost: x\r\nConnection: close\r\nContent-Type: " +
-                std::string(wire::kMediaType) + "\r\nContent-Length: " + std::to_string(body.size()) +
-                "\r\n\r\n" + body);
-    std::string answer;
-    for (std::string piece = socket.receive(); !piece.empty(); piece = socket.receive()) {
-        answer += piece;
-    }
-    const std::size_t start = answer.find("\r\n\r\n");
-    if (start == std::string::npos) {
-        throw std::runtime_error("the server does not answer");
-    }
-    std::string_view frames = std::string_view(answer).substr(start + 4);
+    const std::string answer = HttpPeer::askServer(m_server.plainPort(), body);
+    std::string_view frames = answer;
     wire::FrameReader reader(wire::Direction::Answer);
     if (reader.take(frames) != wire::FrameReader::Status::Frame) {
-        throw std::runtime_error("the server answers nonsense");
+        throw std::runtime_error("the server answers nonsense, or nothing");
     }
     const auto error = reader.type() == wire::FrameType::Error ? wire::decodeError(reader.payload())
                                                                : std::optional<wire::ErrorFrame>();
@@ -352,7 +360,8 @@ void UploadBed::checkLeftovers(SweepTable &table) const
     }
     for (const auto &entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
         const std::string name = entry.path().filename().string();
-        if (std::getenv("TMPDIR") != nullptr && name.starts_with("vrc-")) {
+        const bool isOfLibrary = name.starts_with("vrc-") && !name.starts_with("vrc-test-");
+        if (std::getenv("TMPDIR") != nullptr && isOfLibrary) {
             table.violation(where, "a temporary file is left: " + name);
         }
     }

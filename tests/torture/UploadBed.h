@@ -17,6 +17,10 @@
 /// root; without it sweeps are slower. To be called before any thread is started.
 void enterFastPlace();
 
+/// Has the library of this process give up a silent server soon: after half a second, or three where a
+/// sanitizer slows everything down. To be called before any thread is started.
+void loseSilentServersSoon();
+
 /// Where uploads of a sweep go: one real server for all cases, and what it must and must not hold after each.
 /// Safe on several threads.
 class UploadBed
@@ -43,7 +47,7 @@ public:
     [[nodiscard]] Verdict upload(int port, bool isTls, const std::string &document);
 
     /// The same; and when it is refused, the next upload, straight to the server and behind `mend`, has to
-    /// succeed.
+    /// succeed. Where a sweep's short time-outs are too short for a busy machine it may be tried three times.
     [[nodiscard]] Verdict uploadTwice(
         int port, bool isTls, const std::string &document, const std::function<void()> &mend = [] {});
 

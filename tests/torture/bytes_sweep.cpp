@@ -27,7 +27,7 @@ struct Kind
 
 constexpr Kind kinds[] = {{"reset", Fault::Kind::Reset, false, 6},
                           {"close", Fault::Kind::Cut, false, 6},
-                          {"stall", Fault::Kind::Stall, false, 64},
+                          {"stall", Fault::Kind::Stall, false, 40},
                           {"bit", Fault::Kind::Corrupt, true, 6}};
 
 struct Document
@@ -165,8 +165,7 @@ int main(int argc, char **argv)
         return PrivateLibrary::runAgain(argv);
     }
     enterFastPlace();
-    ::setenv("VRC_STALL_TIMEOUT_MS", "500", 1);
-    ::setenv("VRC_ANSWER_TIMEOUT_MS", "500", 1);
+    loseSilentServersSoon();
     UploadBed bed;
     BytesSweep(bed, table).run();
     bed.checkLeftovers(table);

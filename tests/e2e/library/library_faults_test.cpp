@@ -216,8 +216,9 @@ public:
               if (request.isChunked() && !takesChunks) {
                   return refuse(socket, "411 Length Required");
               }
-              return body.size() > maxBytes ? refuse(socket, "413 Content Too Large")
-                                            : forward(serverPort, request.header(), body, socket);
+              return body.size() > maxBytes
+                         ? refuse(socket, "413 Content Too Large")
+                         : socket.send(HttpPeer::answer(HttpPeer::askServer(serverPort, body)));
           })
     {}
 
@@ -234,22 +235,6 @@ private:
         ++m_refusals;
         socket.send("HTTP/1.1 " + status + "\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
         return false;
-    }
-
-    static bool forward(int port, const std::string &header, const std::string &body,
-                        const LoopbackSocket &socket)
-    {
-        const LoopbackSocket server = LoopbackSocket::connection(port);
-        const std::size_t end = header.find("\r\n");
-        server.send(header.substr(0, end) +
-                    "\r\nHost: x\r\nConnection: close\r\nContent-Type: "
-                    "application/vnd.varek.frames\r\nContent-Length: " +
-                    std::to_string(body.size()) + "\r\n\r\n" + body);
-        std::string answer;
-        for (std::string piece = server.receive(); !piece.empty(); piece = server.receive()) {
-            answer += piece;
-        }
-        return socket.send(HttpPeer::answer(answer.substr(answer.find("\r\n\r\n") + 4)));
     }
 
     std::atomic<int> m_refusals = 0;
