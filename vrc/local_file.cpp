@@ -42,11 +42,111 @@ bool isSameFile(int descriptor, const std::string &path)
            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
 }
 
+void readFully(int descriptor, const std::string &path, std::uint64_t offset, std::string &bytes,
+               std::size_t count)
+{
+    bytes.resize(count);
+    for (std::size_t done = 0; done < count;) {
+        const ssize_t got =
+            pread(descriptor, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
+        if (got < 0 && errno != EINTR) {
+            failRead(path, errno);
+        }
+        if (got == 0) {
+            fail(wire::errors::FileRead, path + " cannot be read: it has become shorter");
+        }
+        done += got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+}
+
 } // namespace
+
+// The two files of a copy that is made again and again, a block at a time: opening and emptying a file costs
+// more than its bytes.
+class CopyDescriptors
+{
+public:
+    explicit CopyDescriptors(const std::string &source) : m_source(source) {}
+
+    ~CopyDescriptors()
+    {
+        if (m_target >= 0) {
+            ::close(m_target);
+        }
+    }
+
+    CopyDescriptors(const CopyDescriptors &) = delete;
+    CopyDescriptors &operator=(const CopyDescriptors &) = delete;
+
+    // The paths may lead somewhere else by now.
+    [[nodiscard]] bool areOf(const std::string &source, const std::string &target) const
+    {
+        return source == m_source.path() && isSameFile(m_source.descriptor(), source) && isTarget(target);
+    }
+
+    [[nodiscard]] bool isTarget(const std::string &path) const { return isSameFile(m_target, path); }
+
+    [[nodiscard]] int target() const { return m_target; }
+
+    void copy(const std::string &path, std::uint64_t offset, std::uint64_t bytes)
+    {
+        requireRange(offset, bytes);
+        if (m_target < 0) {
+            refuseToOverwrite(m_source, path);
+            m_target = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        }
+        struct stat status = {};
+        if (m_target < 0 || fstat(m_target, &status) != 0) {
+            failWrite(path, errno);
+        }
+        if (static_cast<std::uint64_t>(status.st_size) > bytes &&
+            ftruncate(m_target, static_cast<off_t>(bytes)) != 0) {
+            failWrite(path, errno);
+        }
+        for (std::uint64_t done = 0; done < bytes; done += m_piece.size()) {
+            const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, bytes - done));
+            m_source.read(offset + done, m_piece, count);
+            write(path, done);
+        }
+    }
+
+private:
+    void requireRange(std::uint64_t offset, std::uint64_t bytes) const
+    {
+        struct stat status = {};
+        if (fstat(m_source.descriptor(), &status) != 0) {
+            failRead(m_source.path(), errno);
+        }
+        const auto size = static_cast<std::uint64_t>(status.st_size);
+        if (offset > size || bytes > size - offset) {
+            fail(wire::errors::FileRead,
+                 m_source.path() + " cannot be read: it ends before the bytes to copy do");
+        }
+    }
+
+    void write(const std::string &path, std::uint64_t offset) const
+    {
+        for (std::size_t done = 0; done < m_piece.size();) {
+            const ssize_t written = pwrite(m_target, m_piece.data() + done, m_piece.size() - done,
+                                           static_cast<off_t>(offset + done));
+            if (written < 0 && errno != EINTR) {
+                failWrite(path, errno);
+            }
+            done += written > 0 ? static_cast<std::size_t>(written) : 0;
+        }
+    }
+
+    FileReader m_source;
+    int m_target = -1;
+    std::string m_piece;
+};
+
+LocalFile::LocalFile(std::string path, bool isTemporary) : m_path(std::move(path)), m_isTemporary(isTemporary)
+{}
 
 LocalFile::LocalFile(LocalFile &&other) noexcept
     : m_path(std::move(other.m_path)), m_isTemporary(std::exchange(other.m_isTemporary, false)),
-      m_copiedFrom(std::move(other.m_copiedFrom))
+      m_copiedFrom(std::move(other.m_copiedFrom)), m_descriptors(std::move(other.m_descriptors))
 {}
 
 LocalFile &LocalFile::operator=(LocalFile &&other) noexcept
@@ -56,6 +156,7 @@ LocalFile &LocalFile::operator=(LocalFile &&other) noexcept
         m_path = std::move(other.m_path);
         m_isTemporary = std::exchange(other.m_isTemporary, false);
         m_copiedFrom = std::move(other.m_copiedFrom);
+        m_descriptors = std::move(other.m_descriptors);
     }
     return *this;
 }
@@ -84,22 +185,26 @@ std::uint64_t LocalFile::size() const
 void LocalFile::copyFrom(const LocalFile &source, std::uint64_t offset, std::uint64_t bytes)
 {
     m_copiedFrom.reset();
-    const FileReader reader(source.path());
-    if (offset > reader.size() || bytes > reader.size() - offset) {
-        fail(wire::errors::FileRead, source.path() + " cannot be read: it ends before the bytes to copy do");
+    if (!m_descriptors || !m_descriptors->areOf(source.path(), m_path)) {
+        m_descriptors.reset();
+        m_descriptors = std::make_unique<CopyDescriptors>(source.path());
     }
-    refuseToOverwrite(reader, m_path);
-    FileWriter writer(m_path);
-    std::string piece;
-    for (std::uint64_t done = 0; done < bytes;) {
-        const std::size_t count =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, bytes - done));
-        reader.read(offset + done, piece, count);
-        writer.write(piece);
-        done += count;
-    }
-    writer.close();
+    m_descriptors->copy(m_path, offset, bytes);
     m_copiedFrom = FileSlice{source.path(), offset, bytes};
+}
+
+void LocalFile::readAll(std::string &contents, std::uint64_t bytes) const
+{
+    if (m_descriptors && m_descriptors->isTarget(m_path)) {
+        return readFully(m_descriptors->target(), m_path, 0, contents, static_cast<std::size_t>(bytes));
+    }
+    FileReader(m_path).read(0, contents, static_cast<std::size_t>(bytes));
+}
+
+void LocalFile::forgetOrigin()
+{
+    m_copiedFrom.reset();
+    m_descriptors.reset();
 }
 
 void LocalFile::removeFile() noexcept
@@ -164,18 +269,7 @@ FileReader::~FileReader()
 
 void FileReader::read(std::uint64_t offset, std::string &bytes, std::size_t count) const
 {
-    bytes.resize(count);
-    for (std::size_t done = 0; done < count;) {
-        const ssize_t got =
-            pread(m_descriptor, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno != EINTR) {
-            failRead(m_path, errno);
-        }
-        if (got == 0) {
-            fail(wire::errors::FileRead, m_path + " cannot be read: it has become shorter");
-        }
-        done += got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
+    readFully(m_descriptor, m_path, offset, bytes, count);
 }
 
 void refuseToOverwrite(const FileReader &source, const std::string &path)

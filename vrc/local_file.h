@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,12 +20,13 @@ struct FileSlice
     std::uint64_t bytes = 0;
 };
 
+class CopyDescriptors;
+
 // An object of type FILE: a path, and whether the file behind it goes with the object.
 class LocalFile
 {
 public:
-    LocalFile(std::string path, bool isTemporary) : m_path(std::move(path)), m_isTemporary(isTemporary) {}
-
+    LocalFile(std::string path, bool isTemporary);
     LocalFile(LocalFile &&other) noexcept;
     LocalFile &operator=(LocalFile &&other) noexcept;
     LocalFile(const LocalFile &) = delete;
@@ -37,11 +39,15 @@ public:
 
     [[nodiscard]] std::uint64_t size() const;
 
-    // Becomes the bytes of the source from `offset` on, all of which the source has to have.
+    // Becomes the bytes of the source from `offset` on, all of which the source has to have. Both files stay
+    // open for the next copy.
     void copyFrom(const LocalFile &source, std::uint64_t offset, std::uint64_t bytes);
 
+    // All bytes, of which there are `bytes`.
+    void readAll(std::string &contents, std::uint64_t bytes) const;
+
     // To be called when something else wrote the file.
-    void forgetOrigin() { m_copiedFrom.reset(); }
+    void forgetOrigin();
 
 private:
     void removeFile() noexcept;
@@ -49,6 +55,7 @@ private:
     std::string m_path;
     bool m_isTemporary;
     std::optional<FileSlice> m_copiedFrom;
+    std::unique_ptr<CopyDescriptors> m_descriptors; // since the first copy
 };
 
 // A file that is being written: created readable by its owner alone, or emptied. Links are not followed.
@@ -78,6 +85,8 @@ public:
     FileReader &operator=(const FileReader &) = delete;
 
     [[nodiscard]] std::uint64_t size() const { return m_size; }
+
+    [[nodiscard]] const std::string &path() const { return m_path; }
 
     [[nodiscard]] int descriptor() const { return m_descriptor; }
 

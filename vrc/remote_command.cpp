@@ -79,14 +79,14 @@ void requireName(const std::string &name, const RemoteCommand &command)
 }
 
 // A file that fits into one data frame goes with the frames, in one piece.
-void appendFile(OutgoingBody &body, FileSlice slice)
+bool fitsDataFrame(std::uint64_t bytes)
 {
-    if (slice.bytes == 0 || slice.bytes > wire::kMaxDataBytes) {
-        body.file = std::move(slice);
-        return;
-    }
-    std::string block;
-    FileReader(slice.path).read(slice.offset, block, static_cast<std::size_t>(slice.bytes));
+    return bytes > 0 && bytes <= wire::kMaxDataBytes;
+}
+
+void appendBlock(OutgoingBody &body, std::string_view block)
+{
+    body.frames.reserve(body.frames.size() + wire::kFrameHeaderBytes + block.size());
     wire::appendDataHeader(body.frames, block.size());
     body.frames.append(block);
     body.blockBytes = block.size();
@@ -98,8 +98,13 @@ void appendLocalObject(OutgoingBody &body, const std::string &name, LocalObjects
     if (const auto *file = std::get_if<LocalFile>(&object)) {
         const std::uint64_t bytes = file->size();
         wire::append(body.frames, wire::ObjectFrame{wire::ObjectType::File, name, bytes});
-        appendFile(body, {file->path(), 0, bytes});
-        return;
+        if (!fitsDataFrame(bytes)) {
+            body.file = FileSlice{file->path(), 0, bytes};
+            return;
+        }
+        std::string block;
+        file->readAll(block, bytes);
+        return appendBlock(body, block);
     }
     const auto &value = std::get<wire::Value>(object);
     if (!wire::isWithinLimits(value)) {
@@ -176,7 +181,12 @@ OutgoingBody bodyOf(const QueuedCommand &command)
     if (command.kind == QueuedCommand::Kind::Send) {
         wire::append(body.frames,
                      wire::ObjectFrame{wire::ObjectType::File, command.name, command.slice.bytes});
-        appendFile(body, command.slice);
+        std::string block;
+        FileReader(command.slice.path)
+            .read(command.slice.offset, block, static_cast<std::size_t>(command.slice.bytes));
+        if (!block.empty()) {
+            appendBlock(body, block);
+        }
     }
     return body;
 }
