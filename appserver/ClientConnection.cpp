@@ -12,12 +12,14 @@
 #include <openssl/err.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <utility>
 
 namespace appserver {
 
 namespace {
 
 constexpr std::size_t headerMaxBytes = 64 * 1024;
+constexpr std::size_t answerPieceBytes = 64 * 1024;
 constexpr std::chrono::milliseconds goodbyeTime{1000};
 
 thread_local ClientConnection *currentConnection = nullptr;
@@ -141,7 +143,8 @@ void ClientConnection::close()
 
 bool ClientConnection::is_readable() const
 {
-    return m_begin != m_end || waitFor(POLLIN, Clock::now() + m_limits.idleTime);
+    return m_begin != m_end || (m_ssl && SSL_has_pending(m_ssl.get()) == 1) ||
+           waitFor(POLLIN, Clock::now() + m_limits.idleTime);
 }
 
 bool ClientConnection::is_writable() const
@@ -165,32 +168,44 @@ ssize_t ClientConnection::read(char *bytes, size_t size)
 
 ssize_t ClientConnection::write(const char *bytes, size_t size)
 {
-    std::size_t written = 0;
+    m_unsent.append(bytes, size);
+    m_bytesOut += size;
+    return m_unsent.size() >= answerPieceBytes && !flush() ? -1 : static_cast<ssize_t>(size);
+}
+
+bool ClientConnection::flush()
+{
+    const std::string bytes = std::exchange(m_unsent, {});
+    return sendAll(bytes);
+}
+
+bool ClientConnection::sendAll(std::string_view bytes)
+{
     const auto deadline = Clock::now() + m_limits.idleTime;
-    while (written < size) {
-        ssize_t count = 0;
-        if (m_ssl) {
-            ERR_clear_error();
-            const int chunk = static_cast<int>(std::min<std::size_t>(size - written, 1U << 20U));
-            const int result = SSL_write(m_ssl.get(), bytes + written, chunk);
-            if (result <= 0 && !waitForTls(result, deadline)) {
-                return -1;
-            }
-            count = std::max(result, 0);
-        } else {
-            count = ::send(m_socket.get(), bytes + written, size - written, MSG_NOSIGNAL);
-            if (count < 0 && errno != EAGAIN && errno != EINTR) {
-                return -1;
-            }
-            if (count < 0 && !waitFor(POLLOUT, deadline)) {
-                return -1;
-            }
-            count = std::max<ssize_t>(count, 0);
+    while (!bytes.empty()) {
+        const ssize_t count = sendSome(bytes, deadline);
+        if (count < 0) {
+            return false;
         }
-        written += static_cast<std::size_t>(count);
+        bytes.remove_prefix(static_cast<std::size_t>(count));
     }
-    m_bytesOut += written;
-    return static_cast<ssize_t>(written);
+    return true;
+}
+
+/// The number of bytes sent; 0 when it has only waited, -1 when there is no point in going on.
+ssize_t ClientConnection::sendSome(std::string_view bytes, Clock::time_point deadline)
+{
+    if (m_ssl) {
+        ERR_clear_error();
+        const int piece = static_cast<int>(std::min<std::size_t>(bytes.size(), 1U << 20U));
+        const int result = SSL_write(m_ssl.get(), bytes.data(), piece);
+        return result > 0 ? result : waitForTls(result, deadline) ? 0 : -1;
+    }
+    const ssize_t count = ::send(m_socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (count >= 0 || errno == EINTR) {
+        return std::max<ssize_t>(count, 0);
+    }
+    return errno == EAGAIN && waitFor(POLLOUT, deadline) ? 0 : -1;
 }
 
 void ClientConnection::get_remote_ip_and_port(std::string &ip, int &port) const
@@ -233,6 +248,10 @@ ClientConnection::Clock::time_point ClientConnection::readDeadline() const
 
 bool ClientConnection::fill()
 {
+    // Who waits for a word (100 Continue) says nothing before.
+    if (!m_unsent.empty() && !flush()) {
+        return false;
+    }
     if (m_phase == Phase::body && isTooSlow()) {
         return false;
     }

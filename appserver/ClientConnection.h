@@ -55,6 +55,9 @@ public:
 
     /// Wakes the thread that reads from this connection, which then ends it. Callable from every thread.
     void abort();
+    /// Sends what was written so far. An answer goes out in one piece, where it is not long: what comes in
+    /// two waits on its way for the first to be acknowledged (Nagle's algorithm of a proxy).
+    [[nodiscard]] bool flush();
     /// Says goodbye in a way that lets the client read the answer first.
     void close();
 
@@ -100,6 +103,8 @@ private:
     [[nodiscard]] bool waitFor(short events, Clock::time_point deadline) const;
     [[nodiscard]] Clock::time_point readDeadline() const;
     [[nodiscard]] bool fill();
+    [[nodiscard]] bool sendAll(std::string_view bytes);
+    [[nodiscard]] ssize_t sendSome(std::string_view bytes, Clock::time_point deadline);
     [[nodiscard]] ssize_t readSome(char *bytes, std::size_t size, Clock::time_point deadline);
     [[nodiscard]] ssize_t readTls(char *bytes, std::size_t size, Clock::time_point deadline);
     [[nodiscard]] bool waitForTls(int result, Clock::time_point deadline) const;
@@ -117,6 +122,7 @@ private:
     std::size_t m_headerBytes = 0;
     Clock::time_point m_windowStart;
     std::uint64_t m_windowBytes = 0;
+    std::string m_unsent;
     std::uint64_t m_bytesIn = 0;
     std::uint64_t m_bytesOut = 0;
     std::string m_remoteAddress;

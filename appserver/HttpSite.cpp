@@ -94,8 +94,9 @@ bool HttpSite::serve(ClientConnection &connection, bool isLast)
     requestStart = Clock::now();
     bool closed = false;
     const bool served = process_request(connection, isLast, closed, nullptr);
+    const bool sent = connection.flush();
     // A header that could not be read to its end was answered with 400: what follows it is no request.
-    return served && !closed && !connection.closes() && !connection.isInHeader();
+    return served && sent && !closed && !connection.closes() && !connection.isInHeader();
 }
 
 void HttpSite::serveOverload(ClientConnection &connection)
@@ -103,6 +104,7 @@ void HttpSite::serveOverload(ClientConnection &connection)
     static constexpr std::string_view answer = "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\n"
                                                "Retry-After: 5\r\nConnection: close\r\n\r\n";
     static_cast<void>(connection.write(answer.data(), answer.size()));
+    static_cast<void>(connection.flush());
     m_log.write({connection.remoteAddress(), "", "", 503, 0, answer.size(), 0});
 }
 

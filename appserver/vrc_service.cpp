@@ -62,7 +62,10 @@ void servePost(AppServices &services, const httplib::Request &request, const htt
     } else if (processor->wantsTicket()) {
         demandTicket(response);
     } else if (!complete && !processor->isMalformed()) {
-        refuse(response, 400); // cut off, too slow or superseded: nobody reads this answer
+        // Cut off, too slow or superseded. An answer of any kind would tell a client that can still read that
+        // the server does not understand it.
+        refuse(response, 400);
+        connection->abort();
     } else {
         setAnswer(response, processor);
     }

@@ -6,6 +6,7 @@
 #include "wire/limits.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vrc {
 namespace {
@@ -100,10 +101,10 @@ void Channel::openStream(std::string_view frames, const Expectation &expectation
     m_reader = std::make_unique<AnswerReader>(expectation);
     m_log.request("queued commands");
     m_sendPatience = Patience::Stall;
+    m_held = frames;
     guarded([&] {
         line.begin(*m_reader, std::nullopt, m_hasSession);
         m_isStreaming = true;
-        line.send(frames, m_sendPatience);
     });
 }
 
@@ -143,7 +144,9 @@ Answer Channel::finish(Patience patience)
 
 void Channel::write(const OutgoingBody &body)
 {
-    if (!body.frames.empty()) {
+    if (!m_held.empty()) {
+        m_transport->send(std::exchange(m_held, {}) + body.frames, m_sendPatience);
+    } else if (!body.frames.empty()) {
         m_transport->send(body.frames, m_sendPatience);
     }
     if (body.file) {
@@ -169,6 +172,7 @@ void Channel::writeFile(const FileSlice &file)
 
 void Channel::abandon() noexcept
 {
+    m_held.clear();
     m_isStreaming = false;
     if (m_transport) {
         m_transport->abandon();

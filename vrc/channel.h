@@ -42,10 +42,11 @@ public:
 
     [[nodiscard]] bool isStreaming() const { return m_isStreaming; }
 
-    // Starts a chunked request with these frames.
+    // Starts a chunked request with these frames, which go with the first that are streamed.
     void openStream(std::string_view frames, const Expectation &expectation);
 
-    // Returns when the bytes are in the socket. The patience is that with a server which takes no bytes.
+    // Returns when the bytes are in the socket. The patience is that with a
+    // server which takes no bytes.
     void stream(const OutgoingBody &body, const Expectation &expectation, Patience patience,
                 std::string_view what);
 
@@ -75,6 +76,7 @@ private:
     SocketLog m_log;
     std::unique_ptr<Transport> m_transport;
     std::unique_ptr<AnswerReader> m_reader;
+    std::string m_held; // first frames of the open stream, which go in one piece with the next
     bool m_isStreaming = false;
     Patience m_sendPatience = Patience::Stall;
     bool m_hasSession = false;

@@ -94,14 +94,14 @@ static void query_size(struct channel *channel, const char *name)
 {
     channel_demand(channel, "VR_CMD=|OBJECT:CREATE| TYPE=|INTEGER| NAME=|SERVER_FILE_SIZE| REPLACE=|YES|");
     channel_demand(channel, "VR_CMD=|OBJECT:FILE_GET_SIZE| NAME=|%s| VR_VAR=|SERVER_FILE_SIZE|", name);
-}
-
-static void compare_size(struct channel *channel, long expected)
-{
     channel_demand(channel,
                    "VR_CMD=|OBJECT:INTEGER_SET_VALUE| NAME=|SERVER_FILE_SIZE| VALUE=|##SERVER_FILE_SIZE| "
                    "VR_KEEP_VAR=|YES|");
     channel_demand(channel, "VR_CMD=|OBJECT:GET| NAME=|SERVER_FILE_SIZE|");
+}
+
+static void compare_size(struct channel *channel, long expected)
+{
     channel_demand(channel, "VR_CMD=|OBJECT:REMOVE| NAME=|SERVER_FILE_SIZE|");
     channel_demand(channel, "VR_CMD=|LOCAL:OBJECT:INTEGER_GET_VALUE| NAME=|SERVER_FILE_SIZE|");
     if (channel_number(channel) != expected) {
