@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -20,11 +21,20 @@ std::string computerName()
     return ::gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data() : "localhost";
 }
 
+/// cupsd reads the messages of filters and backend from one pipe: a line that is not written at once has
+/// another's in its middle.
+void writeMessagesByLine()
+{
+    std::setvbuf(stderr, nullptr, _IOLBF, BUFSIZ);
+    std::cerr.unsetf(std::ios::unitbuf);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     ::umask(077);
+    writeMessagesByLine();
     backend::catchSignals();
     const char *queue = std::getenv("PRINTER");
     const std::vector<std::string> arguments(argv, argv + argc);

@@ -4,6 +4,7 @@
 import os
 import shutil
 import stat
+import subprocess
 import unittest
 
 from private_machine import USERS, build_dir, run, run_as, run_tests, source_dir, start_cupsd, wait_until
@@ -220,6 +221,20 @@ class Refusals(unittest.TestCase):
         self.assertEqual((tickets("bob")[0]["user"], tickets("bob")[0]["host"]), ("alice", "192.0.2.7"))
         os.remove(MAPPING)
         run("lpadmin", "-p", "Varek", "-o", "printer-is-shared=false")
+
+
+    def test_each_message_is_written_at_once(self):
+        # A pipe that keeps writes apart, in the place of the one that cupsd's filters write to as well.
+        reading, writing = os.pipe2(os.O_DIRECT)
+        with subprocess.Popen([BACKEND, "7", "nobody", "title", "1", "", "/tmp/one.pdf"], stderr=writing,
+                              env={"PRINTER": "Varek", "DEVICE_URI": "varek:127.0.0.1"}) as backend:
+            os.close(writing)
+            messages = list(iter(lambda: os.read(reading, 4096), b""))
+            backend.wait(60)
+        os.close(reading)
+        self.assertIn(b"STATE: +varek-refused-warning\n", messages)
+        self.assertIn(b"ERROR: Refused: the job comes from another computer (unknown)\n", messages)
+        self.assertTrue(all(message.endswith(b"\n") for message in messages))
 
 
 class Trouble(unittest.TestCase):
