@@ -18,7 +18,7 @@ using namespace std::string_view_literals;
 
 constexpr std::uint64_t kBlockBytes = 65536;
 constexpr std::uint64_t kParallelBytes = 4 * 1024 * 1024; // shorter files gain nothing from a second core
-constexpr int kJobBytes = 1024 * 1024;
+constexpr int kJobBytes = 512 * 1024;                     // the shortest there is: memory goes with it
 constexpr int kWorkers = 2;
 constexpr int kWindowLog = 19; // 512 KiB: what each worker holds besides its job
 
