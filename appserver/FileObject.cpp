@@ -32,7 +32,7 @@ void FileObject::HashReleaser::operator()(XXH3_state_s *state) const
     XXH3_freeState(state);
 }
 
-FileObject::FileObject(std::filesystem::path folder) : m_folder(std::move(folder)), m_hash(newHashState())
+FileObject::FileObject(std::filesystem::path folder) : m_folder(std::move(folder))
 {}
 
 FileObject::~FileObject()
@@ -49,15 +49,18 @@ void FileObject::append(std::string_view bytes)
     }
     if (m_file) {
         writeAllAt(m_file.get(), bytes, m_size);
+        XXH3_128bits_update(m_hash.get(), bytes.data(), bytes.size());
     } else {
         m_memory.append(bytes);
     }
     m_size += bytes.size();
-    XXH3_128bits_update(m_hash.get(), bytes.data(), bytes.size());
 }
 
 void FileObject::append(const FileObject &source)
 {
+    if (!source.m_file) {
+        return append(source.m_memory);
+    }
     forEachPiece(source, [this](std::string_view piece) {
         append(piece);
         return true;
@@ -67,7 +70,8 @@ void FileObject::append(const FileObject &source)
 wire::Hash FileObject::hash() const
 {
     XXH128_canonical_t canonical;
-    XXH128_canonicalFromHash(&canonical, XXH3_128bits_digest(m_hash.get()));
+    XXH128_canonicalFromHash(&canonical, m_file ? XXH3_128bits_digest(m_hash.get())
+                                                : XXH3_128bits(m_memory.data(), m_memory.size()));
     wire::Hash hash;
     std::ranges::copy(canonical.digest, hash.begin());
     return hash;
@@ -103,11 +107,13 @@ void FileObject::moveTo(const std::filesystem::path &target)
     m_path.clear();
     m_file.reset();
     m_size = 0;
-    XXH3_128bits_reset(m_hash.get());
+    m_hash.reset();
 }
 
 void FileObject::spill()
 {
+    std::unique_ptr<XXH3_state_s, HashReleaser> hash(newHashState());
+    XXH3_128bits_update(hash.get(), m_memory.data(), m_memory.size());
     const std::filesystem::path path = m_folder / randomHex(8);
     UniqueFd file = createExclusively(path);
     try {
@@ -117,6 +123,7 @@ void FileObject::spill()
         throw;
     }
     m_file = std::move(file);
+    m_hash = std::move(hash);
     m_path = path;
     m_memory.clear();
     m_memory.shrink_to_fit();

@@ -16,7 +16,7 @@ struct XXH3_state_s;
 namespace appserver {
 
 /// The contents of a FILE object. A block of an upload stays in memory, anything longer goes to a file of the
-/// session's folder, which is deleted with the object. Everything that is appended is hashed on its way.
+/// session's folder, which is deleted with the object. What goes to the file is hashed on its way.
 /// Functions throw std::system_error when the disk refuses.
 class FileObject
 {
@@ -56,7 +56,7 @@ private:
     UniqueFd m_file;
     std::string m_memory;
     std::uint64_t m_size = 0;
-    std::unique_ptr<XXH3_state_s, HashReleaser> m_hash;
+    std::unique_ptr<XXH3_state_s, HashReleaser> m_hash; ///< of what is in the file; null without one
 };
 
 /// Hands the contents over piece by piece; stops when the function returns false.
