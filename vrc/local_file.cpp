@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -34,21 +35,39 @@ std::string reason(const std::string &path, const char *verb, int error)
     fail(wire::errors::FileWrite, reason(path, "written", error));
 }
 
-bool isSameFile(int descriptor, const std::string &path)
+// Which file that is. A descriptor's never changes while it is open.
+using Identity = std::pair<dev_t, ino_t>;
+
+std::optional<struct stat> statusOf(int descriptor)
 {
-    struct stat opened = {};
-    struct stat named = {};
-    return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-void readFully(int descriptor, const std::string &path, std::uint64_t offset, std::string &bytes,
-               std::size_t count)
+std::optional<struct stat> statusOf(const std::string &path)
 {
-    bytes.resize(count);
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
+}
+
+bool isFile(const std::optional<struct stat> &status, const std::optional<Identity> &identity)
+{
+    return status && identity && *identity == Identity(status->st_dev, status->st_ino);
+}
+
+std::optional<Identity> identityOf(const std::optional<struct stat> &status)
+{
+    return status ? std::optional(Identity(status->st_dev, status->st_ino)) : std::nullopt;
+}
+
+// Fills the bytes of the buffer from `place` on.
+void readFully(int descriptor, const std::string &path, std::uint64_t offset, std::string &buffer,
+               std::size_t place)
+{
+    const std::size_t count = buffer.size() - place;
     for (std::size_t done = 0; done < count;) {
         const ssize_t got =
-            pread(descriptor, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
+            pread(descriptor, buffer.data() + place + done, count - done, static_cast<off_t>(offset + done));
         if (got < 0 && errno != EINTR) {
             failRead(path, errno);
         }
@@ -66,7 +85,10 @@ void readFully(int descriptor, const std::string &path, std::uint64_t offset, st
 class CopyDescriptors
 {
 public:
-    explicit CopyDescriptors(const std::string &source) : m_source(source) {}
+    explicit CopyDescriptors(const std::string &source)
+        : m_source(source), m_sourceIdentity(identityOf(statusOf(m_source.descriptor()))),
+          m_sourceBytes(m_source.size())
+    {}
 
     ~CopyDescriptors()
     {
@@ -78,29 +100,37 @@ public:
     CopyDescriptors(const CopyDescriptors &) = delete;
     CopyDescriptors &operator=(const CopyDescriptors &) = delete;
 
-    // The paths may lead somewhere else by now.
-    [[nodiscard]] bool areOf(const std::string &source, const std::string &target) const
+    // The paths may lead somewhere else by now. Where they do not, takes note of how long the files are.
+    [[nodiscard]] bool areOf(const std::string &source, const std::string &target)
     {
-        return source == m_source.path() && isSameFile(m_source.descriptor(), source) && isTarget(target);
+        const std::optional<struct stat> sourceStatus = statusOf(source);
+        const std::optional<struct stat> targetStatus = statusOf(target);
+        if (source != m_source.path() || !isFile(sourceStatus, m_sourceIdentity) ||
+            !isFile(targetStatus, m_targetIdentity)) {
+            return false;
+        }
+        m_sourceBytes = static_cast<std::uint64_t>(sourceStatus->st_size);
+        m_targetBytes = static_cast<std::uint64_t>(targetStatus->st_size);
+        return true;
     }
 
-    [[nodiscard]] bool isTarget(const std::string &path) const { return isSameFile(m_target, path); }
+    [[nodiscard]] bool isTarget(const std::string &path) const
+    {
+        return isFile(statusOf(path), m_targetIdentity);
+    }
 
     [[nodiscard]] int target() const { return m_target; }
 
     void copy(const std::string &path, std::uint64_t offset, std::uint64_t bytes)
     {
-        requireRange(offset, bytes);
+        if (offset > m_sourceBytes || bytes > m_sourceBytes - offset) {
+            fail(wire::errors::FileRead,
+                 m_source.path() + " cannot be read: it ends before the bytes to copy do");
+        }
         if (m_target < 0) {
-            refuseToOverwrite(m_source, path);
-            m_target = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+            openTarget(path);
         }
-        struct stat status = {};
-        if (m_target < 0 || fstat(m_target, &status) != 0) {
-            failWrite(path, errno);
-        }
-        if (static_cast<std::uint64_t>(status.st_size) > bytes &&
-            ftruncate(m_target, static_cast<off_t>(bytes)) != 0) {
+        if (m_targetBytes > bytes && ftruncate(m_target, static_cast<off_t>(bytes)) != 0) {
             failWrite(path, errno);
         }
         for (std::uint64_t done = 0; done < bytes; done += m_piece.size()) {
@@ -111,17 +141,16 @@ public:
     }
 
 private:
-    void requireRange(std::uint64_t offset, std::uint64_t bytes) const
+    void openTarget(const std::string &path)
     {
-        struct stat status = {};
-        if (fstat(m_source.descriptor(), &status) != 0) {
-            failRead(m_source.path(), errno);
+        refuseToOverwrite(m_source, path);
+        m_target = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        const std::optional<struct stat> status = m_target < 0 ? std::nullopt : statusOf(m_target);
+        if (!status) {
+            failWrite(path, errno);
         }
-        const auto size = static_cast<std::uint64_t>(status.st_size);
-        if (offset > size || bytes > size - offset) {
-            fail(wire::errors::FileRead,
-                 m_source.path() + " cannot be read: it ends before the bytes to copy do");
-        }
+        m_targetIdentity = identityOf(status);
+        m_targetBytes = static_cast<std::uint64_t>(status->st_size);
     }
 
     void write(const std::string &path, std::uint64_t offset) const
@@ -137,7 +166,11 @@ private:
     }
 
     FileReader m_source;
+    std::optional<Identity> m_sourceIdentity;
+    std::uint64_t m_sourceBytes;
     int m_target = -1;
+    std::optional<Identity> m_targetIdentity;
+    std::uint64_t m_targetBytes = 0;
     std::string m_piece;
 };
 
@@ -193,12 +226,14 @@ void LocalFile::copyFrom(const LocalFile &source, std::uint64_t offset, std::uin
     m_copiedFrom = FileSlice{source.path(), offset, bytes};
 }
 
-void LocalFile::readAll(std::string &contents, std::uint64_t bytes) const
+void LocalFile::appendContents(std::string &target, std::size_t bytes) const
 {
     if (m_descriptors && m_descriptors->isTarget(m_path)) {
-        return readFully(m_descriptors->target(), m_path, 0, contents, static_cast<std::size_t>(bytes));
+        const std::size_t place = target.size();
+        target.resize(place + bytes);
+        return readFully(m_descriptors->target(), m_path, 0, target, place);
     }
-    FileReader(m_path).read(0, contents, static_cast<std::size_t>(bytes));
+    FileReader(m_path).append(0, target, bytes);
 }
 
 void LocalFile::forgetOrigin()
@@ -269,12 +304,20 @@ FileReader::~FileReader()
 
 void FileReader::read(std::uint64_t offset, std::string &bytes, std::size_t count) const
 {
-    readFully(m_descriptor, m_path, offset, bytes, count);
+    bytes.resize(count);
+    readFully(m_descriptor, m_path, offset, bytes, 0);
+}
+
+void FileReader::append(std::uint64_t offset, std::string &target, std::size_t count) const
+{
+    const std::size_t place = target.size();
+    target.resize(place + count);
+    readFully(m_descriptor, m_path, offset, target, place);
 }
 
 void refuseToOverwrite(const FileReader &source, const std::string &path)
 {
-    if (isSameFile(source.descriptor(), path)) {
+    if (isFile(statusOf(path), identityOf(statusOf(source.descriptor())))) {
         fail(wire::errors::FileWrite, path + " cannot be written: it is the file that is read");
     }
 }

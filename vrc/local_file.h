@@ -43,8 +43,8 @@ public:
     // open for the next copy.
     void copyFrom(const LocalFile &source, std::uint64_t offset, std::uint64_t bytes);
 
-    // All bytes, of which there are `bytes`.
-    void readAll(std::string &contents, std::uint64_t bytes) const;
+    // Appends all bytes, of which there are `bytes`.
+    void appendContents(std::string &target, std::size_t bytes) const;
 
     // To be called when something else wrote the file.
     void forgetOrigin();
@@ -92,6 +92,9 @@ public:
 
     // Fills `bytes` completely; a file that has become shorter is an error.
     void read(std::uint64_t offset, std::string &bytes, std::size_t count) const;
+
+    // The same at the end of `target`.
+    void append(std::uint64_t offset, std::string &target, std::size_t count) const;
 
 private:
     std::string m_path;

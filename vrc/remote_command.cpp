@@ -84,12 +84,13 @@ bool fitsDataFrame(std::uint64_t bytes)
     return bytes > 0 && bytes <= wire::kMaxDataBytes;
 }
 
-void appendBlock(OutgoingBody &body, std::string_view block)
+template <class Source>
+void appendBlock(OutgoingBody &body, std::uint64_t bytes, Source appendContents)
 {
-    body.frames.reserve(body.frames.size() + wire::kFrameHeaderBytes + block.size());
-    wire::appendDataHeader(body.frames, block.size());
-    body.frames.append(block);
-    body.blockBytes = block.size();
+    body.blockBytes = static_cast<std::size_t>(bytes);
+    body.frames.reserve(body.frames.size() + wire::kFrameHeaderBytes + body.blockBytes);
+    wire::appendDataHeader(body.frames, body.blockBytes);
+    appendContents(body.frames, body.blockBytes);
 }
 
 void appendLocalObject(OutgoingBody &body, const std::string &name, LocalObjects &objects)
@@ -102,9 +103,9 @@ void appendLocalObject(OutgoingBody &body, const std::string &name, LocalObjects
             body.file = FileSlice{file->path(), 0, bytes};
             return;
         }
-        std::string block;
-        file->readAll(block, bytes);
-        return appendBlock(body, block);
+        return appendBlock(body, bytes, [file](std::string &frames, std::size_t count) {
+            file->appendContents(frames, count);
+        });
     }
     const auto &value = std::get<wire::Value>(object);
     if (!wire::isWithinLimits(value)) {
@@ -181,11 +182,10 @@ OutgoingBody bodyOf(const QueuedCommand &command)
     if (command.kind == QueuedCommand::Kind::Send) {
         wire::append(body.frames,
                      wire::ObjectFrame{wire::ObjectType::File, command.name, command.slice.bytes});
-        std::string block;
-        FileReader(command.slice.path)
-            .read(command.slice.offset, block, static_cast<std::size_t>(command.slice.bytes));
-        if (!block.empty()) {
-            appendBlock(body, block);
+        if (command.slice.bytes > 0) {
+            appendBlock(body, command.slice.bytes, [&command](std::string &frames, std::size_t count) {
+                FileReader(command.slice.path).append(command.slice.offset, frames, count);
+            });
         }
     }
     return body;

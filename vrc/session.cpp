@@ -164,7 +164,7 @@ std::string Session::sendWaiting(const RemoteCommand &command)
         }
     });
     std::string result = settle(command, number, answer);
-    noteEffects(command, body);
+    noteEffects(command, std::move(body));
     return result;
 }
 
@@ -175,7 +175,7 @@ void Session::sendQueued(const RemoteCommand &command)
         const std::uint64_t number = nextNumber(command);
         body = bodyOf(command, {number, true}, m_state.objects, m_appended);
         try {
-            deliver(body, number, loggedCommand(command.line));
+            deliver(body, number, command.line);
         } catch (...) {
             noteLoss(command, number);
             throw;
@@ -184,7 +184,7 @@ void Session::sendQueued(const RemoteCommand &command)
         m_unanswered.reset();
         m_pending.add(queuedForm(command, number, body));
     });
-    noteEffects(command, body);
+    noteEffects(command, std::move(body));
 }
 
 // What is queued has to fit into memory until its answer arrives, blocks aside: they can be read again. An
@@ -328,7 +328,7 @@ void Session::takeFetched(const RemoteCommand &command, Answer &answer)
 }
 
 // What the library knows of the server's files after a command that succeeded, or is on its way.
-void Session::noteEffects(const RemoteCommand &command, const OutgoingBody &body)
+void Session::noteEffects(const RemoteCommand &command, OutgoingBody body)
 {
     if (!command.hasNames) { // the server alone knows which object it was
         m_appended.forgetAll();
@@ -341,13 +341,14 @@ void Session::noteEffects(const RemoteCommand &command, const OutgoingBody &body
     case Kind::Send: {
         m_appended.forget(command.name);
         const bool isBlock = !body.file || body.file->bytes == 0;
-        const std::string_view bytes =
-            std::string_view(body.frames).substr(body.frames.size() - body.blockBytes);
-        m_block = isBlock ? SentBlock{command.name, std::string(bytes)} : SentBlock{};
+        m_block = isBlock ? SentBlock{command.name, {}, body.blockBytes} : SentBlock{};
+        if (m_block.bytes > 0) {
+            m_block.frames = std::move(body.frames);
+        }
         return;
     }
     case Kind::Append:
-        return m_block.name == command.sourceName ? m_appended.appended(command.name, m_block.bytes)
+        return m_block.name == command.sourceName ? m_appended.appended(command.name, m_block.contents())
                                                   : m_appended.forget(command.name);
     case Kind::Remove:
         m_appended.forget(command.name);

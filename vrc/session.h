@@ -41,8 +41,14 @@ private:
     // The file that was sent last, when it fits into one data frame.
     struct SentBlock
     {
-        std::string name; // empty: none
-        std::string bytes;
+        std::string name;   // empty: none
+        std::string frames; // at their end are the contents
+        std::size_t bytes = 0;
+
+        [[nodiscard]] std::string_view contents() const
+        {
+            return std::string_view(frames).substr(frames.size() - bytes);
+        }
     };
 
     // The ways that a command can go (session.cpp).
@@ -63,7 +69,7 @@ private:
     [[nodiscard]] std::string settle(const RemoteCommand &command, std::uint64_t number, Answer &answer);
     void takeWelcome(const Answer &answer);
     void takeFetched(const RemoteCommand &command, Answer &answer);
-    void noteEffects(const RemoteCommand &command, const OutgoingBody &body);
+    void noteEffects(const RemoteCommand &command, OutgoingBody body);
     void reset();
 
     // Bodies (session_bodies.cpp).

@@ -18,7 +18,7 @@ Answer Session::exchange(const RemoteCommand &command, std::uint64_t number, con
 {
     Expectation expectation = expectationFor(command, number);
     const Patience patience = patienceFor(command);
-    const std::string what = loggedCommand(command.line);
+    const std::string_view what = command.line;
     if (m_channel.isStreaming()) {
         expectation.firstNumber = m_firstInBody;
         expectation.forgiven = m_pending.forgiven();

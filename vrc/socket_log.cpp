@@ -64,7 +64,9 @@ SocketLog::SocketLog(const std::string &path) : m_file(path.empty() ? nullptr : 
 void SocketLog::request(std::string_view what)
 {
     ++m_number;
-    line("request " + escaped(what));
+    if (m_file) {
+        line("request " + escaped(loggedCommand(what)));
+    }
 }
 
 void SocketLog::answer(std::string_view outcome, const ExchangeFigures &figures)

@@ -13,6 +13,7 @@
 #include <strings.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <utility>
 #ifdef __linux__
 #include <linux/sockios.h>
 #endif
@@ -225,7 +226,7 @@ void Transport::start()
     m_lastFrames = 0;
     m_lastProgress = m_lastFrame = Clock::now();
     m_headerBytes = 0;
-    m_isBodyComplete = m_isPaused = m_isDone = m_wasReused = false;
+    m_isBodyComplete = m_isPaused = m_hasTaken = m_isDone = m_wasReused = false;
     m_errorText[0] = '\0';
     if (curl_multi_add_handle(m_multi.get(), m_easy.get()) != CURLM_OK) {
         throw std::bad_alloc();
@@ -284,6 +285,9 @@ void Transport::pump(Condition isReached, Patience patience)
             takeMessages();
             if (m_isDone || isReached()) {
                 return;
+            }
+            if (std::exchange(m_hasTaken, false)) {
+                continue; // mostly they are in the socket already
             }
             checkProgress(patience);
             curl_multi_poll(m_multi.get(), nullptr, 0, kPollMs, nullptr);
@@ -407,6 +411,7 @@ std::size_t Transport::readBody(char *buffer, std::size_t size, std::size_t coun
     }
     std::copy_n(transport.m_pending.data(), bytes, buffer);
     transport.m_pending.remove_prefix(bytes);
+    transport.m_hasTaken = bytes > 0;
     return bytes;
 }
 

@@ -156,6 +156,7 @@ private:
     bool m_isPost = false;
     bool m_isBodyComplete = false;
     bool m_isPaused = false;
+    bool m_hasTaken = false; // the transport library has taken bytes of m_pending
     bool m_isDone = false;
     bool m_wasReused = false;
 };
