@@ -33,7 +33,7 @@ QString text(const wchar_t *field)
 
 bool registerPrinter(const VrpMain &main)
 {
-    const auto store = openBootstrapStore();
+    const auto store = openBootstrapStore(StoreAccess::write);
     if (!store->isWritable()) {
         return false;
     }
@@ -46,7 +46,7 @@ bool registerPrinter(const VrpMain &main)
 
 bool stampCompanyStore(const VrpMain &main)
 {
-    const auto store = openCompanyStore(false);
+    const auto store = openCompanyStore(false, StoreAccess::write);
     if (!store || !store->isWritable()) {
         return false;
     }
@@ -151,7 +151,7 @@ void VrpsSetCompanyRegistryKeyFromConfigFile(const wchar_t *id)
 
 bool VrpsInstallRemoveRegistry()
 {
-    const auto store = openBootstrapStore();
+    const auto store = openBootstrapStore(StoreAccess::write);
     if (!store->isWritable()) {
         return false;
     }
@@ -160,7 +160,7 @@ bool VrpsInstallRemoveRegistry()
     const std::wstring company = readSetting(*store, group, L"Company", L"");
     const std::wstring software = readSetting(*store, group, L"Software", L"");
     removePrinter(*store, printer);
-    if (const auto companyStore = openStore(company, software, false)) {
+    if (const auto companyStore = openStore(company, software, false, StoreAccess::write)) {
         companyStore->remove(QString());
     }
     return true;

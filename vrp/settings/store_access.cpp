@@ -5,6 +5,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/utf8_codec.h"
 #include "vrp/platform/text.h"
+#include "vrp/settings/store_check.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,12 +14,61 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <unistd.h>
+
+#include <cstdio>
+
 namespace {
 
-std::unique_ptr<QSettings> openNative(QSettings::Scope scope, const QString &organisation,
-                                      const QString &application)
+#ifndef Q_OS_MACOS
+/// Keeps the file of a store under a second name until it is known that the new one is whole.
+class GuardedSettings : public QSettings
 {
-    auto settings = std::make_unique<QSettings>(QSettings::NativeFormat, scope, organisation, application);
+public:
+    GuardedSettings(Scope scope, const QString &organisation, const QString &application)
+        : QSettings(NativeFormat, scope, organisation, application), m_file(fileName().toLocal8Bit()),
+          m_kept(m_file + ".kept")
+    {
+        ::unlink(m_kept.constData());
+        m_isKept = ::link(m_file.constData(), m_kept.constData()) == 0;
+    }
+
+    GuardedSettings(const GuardedSettings &) = delete;
+    GuardedSettings &operator=(const GuardedSettings &) = delete;
+
+    ~GuardedSettings() override
+    {
+        if (!m_isKept) {
+            return;
+        }
+        while (!group().isEmpty()) {
+            endGroup();
+        }
+        if (isCutShort(*this)) {
+            ::rename(m_kept.constData(), m_file.constData());
+        }
+        // Two names of one file are not renamed.
+        ::unlink(m_kept.constData());
+    }
+
+private:
+    QByteArray m_file;
+    QByteArray m_kept;
+    bool m_isKept = false;
+};
+#else
+using GuardedSettings = QSettings; // a system service keeps the stores
+#endif
+
+std::unique_ptr<QSettings> openNative(QSettings::Scope scope, const QString &organisation,
+                                      const QString &application, StoreAccess access)
+{
+    std::unique_ptr<QSettings> settings;
+    if (access == StoreAccess::write) {
+        settings = std::make_unique<GuardedSettings>(scope, organisation, application);
+    } else {
+        settings = std::make_unique<QSettings>(QSettings::NativeFormat, scope, organisation, application);
+    }
     settings->setFallbacksEnabled(false);
     useUtf8(*settings);
     return settings;
@@ -56,23 +106,24 @@ void useMachineWideStoreFolder()
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, machineWideStoreFolder(configDirs));
 }
 
-std::unique_ptr<QSettings> openBootstrapStore()
+std::unique_ptr<QSettings> openBootstrapStore(StoreAccess access)
 {
-    return openNative(QSettings::SystemScope, QStringLiteral("Varek Systems"), QStringLiteral("Vrp"));
+    return openNative(QSettings::SystemScope, QStringLiteral("Varek Systems"), QStringLiteral("Vrp"), access);
 }
 
-std::unique_ptr<QSettings> openStore(const std::wstring &company, const std::wstring &software, bool perUser)
+std::unique_ptr<QSettings> openStore(const std::wstring &company, const std::wstring &software, bool perUser,
+                                     StoreAccess access)
 {
     if (company.empty() || software.empty()) {
         return nullptr;
     }
     return openNative(perUser ? QSettings::UserScope : QSettings::SystemScope,
-                      QString::fromStdWString(company), QString::fromStdWString(software));
+                      QString::fromStdWString(company), QString::fromStdWString(software), access);
 }
 
 std::unique_ptr<QSettings> openCompanyStore(bool perUser, StoreAccess access)
 {
-    auto store = openStore(VrpsGetMain()->company, VrpsGetMain()->softwareName, perUser);
+    auto store = openStore(VrpsGetMain()->company, VrpsGetMain()->softwareName, perUser, access);
     if (store && perUser && access == StoreAccess::write) {
         createPrivateFile(store->fileName());
     }

@@ -20,6 +20,8 @@ void useMachineWideStoreFolder();
 [[nodiscard]] QString machineWideStoreFolder(const QString &configDirs);
 
 /// What a store is opened for. A per-user file is created readable by its owner alone, as it holds passwords.
+/// One that is opened for writing is written whole or left as it was: on a full disk the toolkit may put a
+/// file that is cut short into its place.
 enum class StoreAccess
 {
     read,
@@ -27,11 +29,11 @@ enum class StoreAccess
 };
 
 /// The machine-wide store that names the company and software of each installed printer.
-[[nodiscard]] std::unique_ptr<QSettings> openBootstrapStore();
+[[nodiscard]] std::unique_ptr<QSettings> openBootstrapStore(StoreAccess access = StoreAccess::read);
 
 /// The store of a company and software name in one scope; null when either name is empty.
 [[nodiscard]] std::unique_ptr<QSettings> openStore(const std::wstring &company, const std::wstring &software,
-                                                   bool perUser);
+                                                   bool perUser, StoreAccess access = StoreAccess::read);
 
 /// The store of the company and software names that the application object holds now; null when either is
 /// empty.

@@ -15,14 +15,14 @@ bool isEntry(const QByteArray &line)
     return line.endsWith('\n') && !line.startsWith('[') && line.contains('=');
 }
 
-/// Whether an INI file has a whole line for each key: the toolkit writes one entry a line.
-bool hasEntries(QFile &file, qsizetype expected)
+/// How many whole lines of entries an INI file has: the toolkit writes one entry a line.
+qsizetype countEntries(QFile &file)
 {
     qsizetype entries = 0;
     while (!file.atEnd()) {
         entries += isEntry(file.readLine()) ? 1 : 0;
     }
-    return entries == expected;
+    return entries;
 }
 
 } // namespace
@@ -37,6 +37,15 @@ bool isOnDisk(QSettings &store)
     return true; // a system service keeps the stores
 #else
     QFile file(store.fileName());
-    return file.open(QIODevice::ReadOnly) && hasEntries(file, store.allKeys().size());
+    return file.open(QIODevice::ReadOnly) && countEntries(file) == store.allKeys().size();
 #endif
+}
+
+bool isCutShort(QSettings &store)
+{
+    // Counted first: a second writing out may read the cut file back.
+    const qsizetype expected = store.allKeys().size();
+    store.sync();
+    QFile file(store.fileName());
+    return file.open(QIODevice::ReadOnly) && countEntries(file) < expected;
 }

@@ -6,3 +6,6 @@ class QSettings;
 /// Writes out what was set in a store and tells whether all of it is on the disk now. The toolkit alone would
 /// not tell: on a full disk it may cut a file short and report success.
 [[nodiscard]] bool isOnDisk(QSettings &store);
+
+/// Whether a store's file holds fewer entries than the store: it was cut short.
+[[nodiscard]] bool isCutShort(QSettings &store);

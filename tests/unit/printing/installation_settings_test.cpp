@@ -11,6 +11,7 @@
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -246,6 +247,32 @@ TEST_F(InstallationSettings, a_full_disk_fails_wherever_it_fills_up)
     }
     EXPECT_GT(successes, 0);
     EXPECT_LT(successes, enoughPages);
+}
+
+TEST_F(InstallationSettings, a_disk_that_fills_up_costs_no_printer_its_registration)
+{
+    for (int freePages = 0; freePages <= 4; ++freePages) {
+        const SmallDisk disk(machineFolder(), 256);
+        useNames(L"Office", L"Acme", L"Print");
+        ASSERT_TRUE(VrpsInstallSetRegistry());
+        disk.fill(freePages * 4096);
+        useNames(L"Second", L"Other", L"Print");
+        static_cast<void>(VrpsInstallSetRegistry());
+        // Not asked of the toolkit, which keeps in memory what it could not write.
+        EXPECT_THAT(textOf(machineFolder("Varek Systems/Vrp.conf")), HasSubstr("Office\\Company=Acme\n"))
+            << freePages;
+        EXPECT_FALSE(fs::exists(machineFolder("Varek Systems/Vrp.conf.kept")));
+    }
+}
+
+TEST_F(InstallationSettings, a_value_that_does_not_fit_on_the_disk_leaves_the_others)
+{
+    const std::wstring longer(5000, L'x');
+    const SmallDisk disk(machineFolder(), 64);
+    VrpsSetCompanyRegistryKey(L"Settings", L"First", L"kept", false);
+    disk.fill();
+    VrpsSetCompanyRegistryKey(L"Settings", L"Second", longer.c_str(), false);
+    EXPECT_EQ(textOf(machineFolder("Acme/Print.conf")), "[Settings]\nFirst=kept\n");
 }
 
 TEST_F(InstallationSettings, removal_empties_both_machine_wide_entries_and_keeps_the_users)
