@@ -39,8 +39,10 @@ bool isTrustworthy(int fd)
     struct stat status
     {};
 
-    return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-           (status.st_uid == 0 || status.st_uid == ::geteuid()) &&
+    if (::fstat(fd, &status) != 0) {
+        throw systemFailure("Cannot examine the configuration of the backend");
+    }
+    return S_ISREG(status.st_mode) && (status.st_uid == 0 || status.st_uid == ::geteuid()) &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
@@ -50,7 +52,13 @@ std::string readStart(int fd, std::size_t limit)
     std::array<char, 4096> buffer{};
     while (text.size() < limit) {
         const ssize_t got = ::read(fd, buffer.data(), buffer.size());
-        if (got <= 0) {
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            throw systemFailure("Cannot read the configuration of the backend");
+        }
+        if (got == 0) {
             break;
         }
         text.append(buffer.data(), static_cast<std::size_t>(got));
@@ -63,6 +71,10 @@ std::vector<MappingRule> readMapping(const BackendSurroundings &surroundings)
     const FileDescriptor file(::open(surroundings.mappingFile.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (!file.isOpen() && errno == ENOENT) {
         return {};
+    }
+    // Rules that cannot be read just now may send the document to somebody else.
+    if (!file.isOpen() && errno != ELOOP) {
+        throw systemFailure("Cannot open the configuration of the backend");
     }
     if (!file.isOpen() || !isTrustworthy(file.get())) {
         surroundings.messages << "ERROR: " << surroundings.mappingFile

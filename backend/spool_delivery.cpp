@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -35,8 +36,10 @@ void writeAll(int fd, std::string_view bytes)
 
 void sync(int fd)
 {
-    if (::fsync(fd) != 0) {
-        throw systemFailure("Cannot write to the spool");
+    while (::fsync(fd) != 0) {
+        if (errno != EINTR) {
+            throw systemFailure("Cannot write to the spool");
+        }
     }
 }
 
@@ -116,10 +119,10 @@ bool isRoot()
 }
 
 /// The root folder must be nobody's but the one this process runs as (root), or a user could swap folders in
-/// it.
+/// it; and its users must be able to pass through it.
 FileDescriptor openRoot(const std::string &root)
 {
-    const bool created = ::mkdir(root.c_str(), 0711) == 0;
+    (void)::mkdir(root.c_str(), 0711);
     FileDescriptor folder = openFolder(AT_FDCWD, root);
 
     struct stat status
@@ -128,11 +131,11 @@ FileDescriptor openRoot(const std::string &root)
     if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0) {
         throw systemFailure("Cannot open the spool " + root);
     }
-    if (created && ::fchmod(folder.get(), 0711) != 0) {
-        throw systemFailure("Cannot set the permissions of the spool " + root);
-    }
     if (status.st_uid != ::geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         throw BackendFailure(ExitCode::hold, "The spool " + root + " can be changed by others than root");
+    }
+    if ((status.st_mode & S_IXOTH) == 0 && ::fchmod(folder.get(), 0711) != 0) {
+        throw systemFailure("Cannot set the permissions of the spool " + root);
     }
     return folder;
 }
@@ -148,19 +151,39 @@ void touchMarker(int root)
     }
 }
 
-void createUserFolder(int root, const std::string &name, const Account &account)
+/// Nobody but root can have made a folder in the root folder: one that still is root's was left by a backend
+/// that was stopped before it had handed the folder over.
+void handOver(int root, const std::string &name, const Account &account)
 {
-    if (::mkdirat(root, name.c_str(), 0700) != 0) {
-        if (errno == EEXIST) {
-            return;
-        }
-        throw systemFailure("Cannot create the spool of '" + account.name + "'");
-    }
     const FileDescriptor folder = openFolder(root, name);
-    if (!folder.isOpen() || (isRoot() && ::fchown(folder.get(), account.uid, account.gid) != 0)) {
+
+    struct stat status
+    {};
+
+    if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0 ||
+        (status.st_uid != account.uid && ::fchown(folder.get(), account.uid, account.gid) != 0)) {
         throw systemFailure("Cannot create the spool of '" + account.name + "'");
     }
     touchMarker(root);
+}
+
+bool isLeftToRoot(int root, const std::string &name)
+{
+    struct stat status
+    {};
+
+    return ::fstatat(root, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && status.st_uid == 0;
+}
+
+void createUserFolder(int root, const std::string &name, const Account &account)
+{
+    const bool created = ::mkdirat(root, name.c_str(), 0700) == 0;
+    if (!created && errno != EEXIST) {
+        throw systemFailure("Cannot create the spool of '" + account.name + "'");
+    }
+    if (created || (isRoot() && isLeftToRoot(root, name))) {
+        handOver(root, name, account);
+    }
 }
 
 std::string partName(const std::string &name)
@@ -217,6 +240,21 @@ SpoolDelivery::~SpoolDelivery()
     for (const std::string &name : m_staged) {
         (void)::unlinkat(m_folder, partName(name).c_str(), 0);
     }
+    for (const std::string &name : m_renamed) {
+        if (const std::string_view stem = stemOf(name, documentSuffix); !stem.empty()) {
+            withdraw(std::string(stem));
+        }
+    }
+}
+
+/// Without its ticket a document is no job. Where there was a ticket and it has gone, an agent has taken it.
+void SpoolDelivery::withdraw(const std::string &stem) const
+{
+    const std::string ticket = stem + std::string(ticketSuffix);
+    const bool hadTicket = std::find(m_renamed.begin(), m_renamed.end(), ticket) != m_renamed.end();
+    if (!hadTicket || ::unlinkat(m_folder, ticket.c_str(), 0) == 0) {
+        (void)::unlinkat(m_folder, (stem + std::string(documentSuffix)).c_str(), 0);
+    }
 }
 
 FileDescriptor SpoolDelivery::createPart(const std::string &name)
@@ -240,16 +278,27 @@ void SpoolDelivery::stage(const std::string &stem, const DocumentSource &source,
     sync(paper.get());
 }
 
-void SpoolDelivery::publish()
+void SpoolDelivery::publishStaged(std::string_view suffix)
 {
-    while (!m_staged.empty()) {
-        const std::string name = m_staged.front();
-        if (::renameat(m_folder, partName(name).c_str(), m_folder, name.c_str()) != 0) {
+    for (auto name = m_staged.begin(); name != m_staged.end();) {
+        if (stemOf(*name, suffix).empty()) {
+            ++name;
+            continue;
+        }
+        if (::renameat(m_folder, partName(*name).c_str(), m_folder, name->c_str()) != 0) {
             throw systemFailure("Cannot write to the spool");
         }
-        m_staged.erase(m_staged.begin());
+        m_renamed.push_back(*name);
+        name = m_staged.erase(name);
     }
+}
+
+void SpoolDelivery::publish()
+{
+    publishStaged(documentSuffix);
+    publishStaged(ticketSuffix);
     sync(m_folder);
+    m_renamed.clear();
 }
 
 } // namespace backend

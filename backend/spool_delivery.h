@@ -30,8 +30,9 @@ struct DocumentSource
 };
 
 /// Documents of one job on their way into an open folder. They are staged under temporary names first, so
-/// that either all of them are published or none; what was staged and not published is removed by the
-/// destructor.
+/// that either all of them are published or none: a job that cupsd prints once more must not arrive twice.
+/// What is not published as a whole is removed by the destructor, except for jobs that an agent has taken by
+/// then.
 class SpoolDelivery
 {
 public:
@@ -44,14 +45,17 @@ public:
     /// Copies the document and writes its ticket, both 0600 and synced.
     void stage(const std::string &stem, const DocumentSource &source, const JobTicket &ticket);
 
-    /// Gives everything its final name, a ticket after its document, and syncs the folder.
+    /// Gives everything its final name, the tickets after the documents, and syncs the folder.
     void publish();
 
 private:
     [[nodiscard]] FileDescriptor createPart(const std::string &name);
+    void publishStaged(std::string_view suffix);
+    void withdraw(const std::string &stem) const;
 
     int m_folder;
-    std::vector<std::string> m_staged; ///< final names, in the order of publishing
+    std::vector<std::string> m_staged;  ///< final names of what still has a temporary one
+    std::vector<std::string> m_renamed; ///< what has its final name, until everything has
 };
 
 } // namespace backend

@@ -108,18 +108,6 @@ protected:
         return ends[0];
     }
 
-    [[nodiscard]] std::vector<std::string> namesIn(const fs::path &folder) const
-    {
-        std::vector<std::string> names;
-        if (fs::exists(folder)) {
-            for (const auto &entry : fs::directory_iterator(folder)) {
-                names.push_back(entry.path().filename());
-            }
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
     [[nodiscard]] std::vector<std::string> spooled(std::string_view suffix) const
     {
         std::vector<std::string> found;
@@ -318,6 +306,37 @@ TEST_F(Backend, is_not_tricked_by_a_link_in_place_of_the_users_folder)
     fs::create_symlink(target, userFolder());
     EXPECT_EQ(print(wholePdf).exitCode(), 3);
     EXPECT_THAT(namesIn(target), IsEmpty());
+}
+
+TEST_F(Backend, hands_over_a_folder_that_an_interrupted_backend_left_to_root)
+{
+    fs::create_directories(userFolder());
+    ::chmod(root().c_str(), 0711);
+    ::chmod(userFolder().c_str(), 0700);
+    EXPECT_EQ(print(wholePdf).exitCode(), 0);
+
+    struct stat status
+    {};
+
+    ASSERT_EQ(::stat(userFolder().c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, recipientUid());
+}
+
+TEST_F(Backend, opens_a_spool_that_an_interrupted_backend_left_closed)
+{
+    fs::create_directory(root());
+    ::chmod(root().c_str(), 0700);
+    EXPECT_EQ(print(wholePdf).exitCode(), 0);
+    EXPECT_EQ(fs::status(root()).permissions(), fs::perms(0711));
+}
+
+TEST_F(Backend, holds_a_job_whose_mapping_is_there_and_cannot_be_opened)
+{
+    ASSERT_EQ(::mknod(mapping().c_str(), S_IFSOCK | 0600, 0), 0); // ENXIO
+    const Outcome result = print(wholePdf);
+    EXPECT_EQ(result.exitCode(), 3);
+    EXPECT_THAT(result.messages, HasSubstr("ERROR: Cannot open the configuration of the backend: "));
+    EXPECT_FALSE(fs::exists(userFolder()));
 }
 
 TEST_F(Backend, holds_a_job_when_the_spool_can_be_changed_by_others)

@@ -4,11 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 /// A folder that exists as long as the object, and what tests do with files.
 class ScratchFolder
@@ -49,4 +51,17 @@ inline mode_t modeOf(const std::filesystem::path &file)
     {};
 
     return ::lstat(file.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+/// The names in a folder, sorted; none when there is no such folder.
+inline std::vector<std::string> namesIn(const std::filesystem::path &folder)
+{
+    std::vector<std::string> names;
+    if (std::filesystem::exists(folder)) {
+        for (const auto &entry : std::filesystem::directory_iterator(folder)) {
+            names.push_back(entry.path().filename());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
