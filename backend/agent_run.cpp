@@ -80,7 +80,8 @@ void settle(const WaitingJobs &jobs, const std::string &stem, const std::string 
         return;
     }
     const std::string kept = jobs.moveToFailed(stem);
-    surroundings.tellUser(what + " was not sent: " + reason + ". It is kept for 7 days as " + kept);
+    surroundings.tellUser(what + " was not sent: " + reason + ". It is kept " +
+                          (kept.empty() ? "as " + jobs.documentPath(stem) : "for 7 days as " + kept));
 }
 
 void runClaimedJob(const WaitingJobs &jobs, const std::string &stem, const AgentOptions &options,

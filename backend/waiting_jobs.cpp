@@ -67,11 +67,13 @@ bool isLeftover(int folder, const std::string &name)
            !exists(folder, named(stem, claimedSuffix));
 }
 
-void moveAndStamp(int from, const std::string &name, int to, const std::string &newName)
+bool moveAndStamp(int from, const std::string &name, int to, const std::string &newName)
 {
-    if (::renameat(from, name.c_str(), to, newName.c_str()) == 0) {
-        (void)::utimensat(to, newName.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
+    if (::renameat(from, name.c_str(), to, newName.c_str()) != 0) {
+        return false;
     }
+    (void)::utimensat(to, newName.c_str(), nullptr, AT_SYMLINK_NOFOLLOW);
+    return true;
 }
 
 } // namespace
@@ -138,7 +140,11 @@ std::optional<JobTicket> WaitingJobs::ticket(const std::string &stem) const
     const FileDescriptor file(::openat(m_folder.get(), named(stem, claimedSuffix).c_str(),
                                        O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     std::string text(maxTicketBytes + 1, '\0');
-    const ssize_t got = file.isOpen() ? ::read(file.get(), text.data(), text.size()) : -1;
+    ssize_t got = -1;
+    do {
+        errno = 0;
+        got = file.isOpen() ? ::read(file.get(), text.data(), text.size()) : -1;
+    } while (got < 0 && errno == EINTR);
     if (got < 0) {
         return std::nullopt;
     }
@@ -151,9 +157,10 @@ bool WaitingJobs::hasDocument(const std::string &stem) const
     struct stat status
     {};
 
-    return ::fstatat(m_folder.get(), named(stem, documentSuffix).c_str(), &status, AT_SYMLINK_NOFOLLOW) ==
-               0 &&
-           S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+    if (::fstatat(m_folder.get(), named(stem, documentSuffix).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno != ENOENT;
+    }
+    return S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
 }
 
 std::string WaitingJobs::documentPath(const std::string &stem) const
@@ -179,8 +186,11 @@ std::string WaitingJobs::moveToFailed(const std::string &stem) const
 {
     (void)::mkdirat(m_folder.get(), failedFolder, 0700);
     const FileDescriptor failed = openFolder(m_folder.get(), failedFolder);
-    moveAndStamp(m_folder.get(), named(stem, documentSuffix), failed.get(), named(stem, documentSuffix));
-    moveAndStamp(m_folder.get(), named(stem, claimedSuffix), failed.get(), named(stem, ticketSuffix));
+    if (!moveAndStamp(m_folder.get(), named(stem, documentSuffix), failed.get(),
+                      named(stem, documentSuffix))) {
+        return {};
+    }
+    (void)moveAndStamp(m_folder.get(), named(stem, claimedSuffix), failed.get(), named(stem, ticketSuffix));
     return m_path + "/" + failedFolder + "/" + named(stem, documentSuffix);
 }
 

@@ -39,7 +39,8 @@ public:
     /// The ticket of a claimed job; nothing when it cannot be understood.
     [[nodiscard]] std::optional<JobTicket> ticket(const std::string &stem) const;
 
-    /// Whether the job's document is still there, a file of this user and no link.
+    /// Whether the job's document is still there, a file of this user and no link; also when that cannot be
+    /// told just now.
     [[nodiscard]] bool hasDocument(const std::string &stem) const;
 
     [[nodiscard]] std::string documentPath(const std::string &stem) const;
@@ -50,7 +51,9 @@ public:
     /// Forgets a claimed job.
     void remove(const std::string &stem) const;
 
-    /// Moves a claimed job to failed/ beside the others; returns where its document then is.
+    /// Moves a claimed job to failed/ beside the others; returns where its document then is. Empty when it
+    /// cannot be moved: the job stays claimed, since a document without a ticket would be deleted as a
+    /// leftover.
     [[nodiscard]] std::string moveToFailed(const std::string &stem) const;
 
     /// Deletes what lies in failed/ for longer than failedKeptSeconds, and what an interrupted delivery left

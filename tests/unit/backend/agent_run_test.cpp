@@ -216,6 +216,19 @@ TEST_F(Agent, keeps_a_document_that_the_program_did_not_deal_with)
     EXPECT_THAT(told.front(), HasSubstr("(status 1)"));
 }
 
+TEST_F(Agent, keeps_the_claim_of_a_document_that_cannot_be_put_aside)
+{
+    installProgram("#!/bin/sh\nexit 1\n");
+    spool("1-7-0", "Report");
+    writeFile(failed(), "no folder");
+    EXPECT_EQ(runOnce(), 0);
+    EXPECT_THAT(files(folder()), ElementsAre("1-7-0.claimed", "1-7-0.document", "failed"));
+    EXPECT_THAT(told.front(), HasSubstr("It is kept as " + (folder() / "1-7-0.document").string()));
+    fs::remove(failed());
+    EXPECT_EQ(runOnce(), 0);
+    EXPECT_THAT(files(failed()), ElementsAre("1-7-0.document", "1-7-0.ticket"));
+}
+
 TEST_F(Agent, does_not_restart_a_job_that_an_earlier_agent_had_claimed)
 {
     spool("1-7-0", "Report");
