@@ -52,10 +52,17 @@ void ScriptedLibrary::fail(const std::string &command, const Error &error, int t
     m_rules.push_front({command, false, result, error, times});
 }
 
-void ScriptedLibrary::failCommand(int number, const Error &error)
+void ScriptedLibrary::failCommand(int number, const Error &error, int times)
 {
     m_failingCommand = number;
+    m_failingTimes = times;
     m_numberedError = error;
+}
+
+void ScriptedLibrary::answerCommand(int number, const std::string &result)
+{
+    m_answeredCommand = number;
+    m_numberedAnswer = result;
 }
 
 void ScriptedLibrary::before(const std::string &command, const std::function<void()> &action)
@@ -96,8 +103,7 @@ int ScriptedLibrary::command(void *request, const char *command, char *result, i
         }
     }
     std::string answer;
-    const int status =
-        ++m_commandCount == m_failingCommand ? failWith(m_numberedError) : answerFromRules(text, answer);
+    const int status = answerCounted(text, answer);
     copyResult(answer, result, capacity);
     return status;
 }
@@ -107,6 +113,19 @@ void ScriptedLibrary::close(void *request)
     Transcript::add("close");
     EXPECT_EQ(m_open.erase(request), 1U) << "not an open request";
     delete static_cast<int *>(request);
+}
+
+int ScriptedLibrary::answerCounted(const std::string &command, std::string &result)
+{
+    ++m_commandCount;
+    if (m_commandCount >= m_failingCommand && m_commandCount < m_failingCommand + m_failingTimes) {
+        return failWith(m_numberedError);
+    }
+    if (m_commandCount == m_answeredCommand) {
+        result = m_numberedAnswer;
+        return 1;
+    }
+    return answerFromRules(command, result);
 }
 
 int ScriptedLibrary::answerFromRules(const std::string &command, std::string &result)

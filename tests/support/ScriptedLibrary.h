@@ -37,8 +37,11 @@ public:
     /// Lets commands that begin with `command` fail; `result` is left in the buffer all the same.
     void fail(const std::string &command, const Error &error, int times = always,
               const std::string &result = {});
-    /// Lets the nth command of all, counted from 1 and without the questions for an error, fail.
-    void failCommand(int number, const Error &error);
+    /// Lets the nth command of all, counted from 1 and without the questions for an error, fail, and the ones
+    /// that follow it until `times` have failed.
+    void failCommand(int number, const Error &error, int times = 1);
+    /// Answers the nth command of all, counted in the same way, whatever it is.
+    void answerCommand(int number, const std::string &result);
     /// Calls `action` before commands that begin with `command` are answered.
     void before(const std::string &command, const std::function<void()> &action);
 
@@ -75,6 +78,7 @@ private:
         int capacity;
     };
 
+    int answerCounted(const std::string &command, std::string &result);
     int answerFromRules(const std::string &command, std::string &result);
     int failWith(const Error &error);
     [[nodiscard]] std::string errorInfo(const std::string &command) const;
@@ -87,6 +91,9 @@ private:
     Error m_lastError;
     Error m_numberedError;
     int m_failingCommand = 0;
+    int m_failingTimes = 0;
+    int m_answeredCommand = 0;
+    std::string m_numberedAnswer;
     int m_commandCount = 0;
     bool m_refusesToOpen = false;
 };
