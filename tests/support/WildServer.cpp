@@ -137,6 +137,13 @@ std::string WildAnswers::to(std::string_view request)
 {
     std::string frames;
     std::uint64_t last = 0;
+    std::uint64_t queued = 0; // not acknowledged yet
+    const auto acknowledge = [&] {
+        if (queued > 0) {
+            wire::append(frames, wire::AcknowledgedFrame{happens(1) ? anyNumber() : queued});
+            queued = 0;
+        }
+    };
     wire::FrameReader reader(wire::Direction::Request);
     while (!request.empty() && reader.take(request) == wire::FrameReader::Status::Frame) {
         if (reader.type() == wire::FrameType::Hello) {
@@ -145,12 +152,18 @@ std::string WildAnswers::to(std::string_view request)
         } else if (reader.type() == wire::FrameType::Command) {
             if (const auto command = wire::decodeCommand(reader.payload())) {
                 last = command->number;
+                if (command->isQueued && !happens(3)) {
+                    queued = last;
+                    continue;
+                }
+                acknowledge();
                 answerCommand(frames, last, command->line);
             }
         } else if (reader.type() == wire::FrameType::Query) {
             wire::append(frames, wire::ProgressFrame{happens(50) ? last : anyNumber(), anyNumber()});
         }
     }
+    acknowledge();
     wire::append(frames, wire::CompleteFrame{happens(1) ? anyNumber() : last});
     damage(frames);
     return frames;
