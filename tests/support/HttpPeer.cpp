@@ -128,10 +128,6 @@ std::string HttpPeer::askServer(int port, std::string_view body)
                 "application/vnd.varek.frames\r\nContent-Length: " +
                 std::to_string(body.size()) + "\r\n\r\n");
     server.send(body);
-    std::string answer;
-    for (std::string piece = server.receive(); !piece.empty(); piece = server.receive()) {
-        answer += piece;
-    }
-    const std::size_t header = answer.find("\r\n\r\n");
-    return header == std::string::npos ? std::string() : answer.substr(header + 4);
+    PeerRequest answer(server); // an answer is read like a request
+    return answer.readHeader() ? answer.readAll() : std::string();
 }

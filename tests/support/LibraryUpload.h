@@ -40,6 +40,7 @@ public:
         m_identifier = isDone ? m_request.result() : "";
         m_error = isDone ? "" : m_request.error();
         m_description = isDone ? "" : m_request.description();
+        beforeClose(m_request);
         m_session =
             m_request.command("VR_CMD=|LOCAL:REQUEST:GET_SESSION_ID|") ? m_request.result() : std::string();
         m_isClosed = m_request.command("VR_CLOSE_SESSION=|YES|");
@@ -67,6 +68,9 @@ public:
 
     /// Called before each block, with its number from 1.
     std::function<void(long)> beforeBlock = [](long) {};
+
+    /// Called before the session is closed, however the upload went.
+    std::function<void(LibraryRequest &)> beforeClose = [](LibraryRequest &) {};
 
 private:
     bool command(const std::string &line)
