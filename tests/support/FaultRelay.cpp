@@ -3,9 +3,10 @@
 
 #include <algorithm>
 
-FaultRelay::FaultRelay(int targetPort, std::vector<Fault> faults)
-    : m_targetPort(targetPort), m_faults(std::move(faults)), m_listener(LoopbackSocket::listener()),
-      m_port(m_listener.port()), m_acceptor([this] { acceptAll(); })
+FaultRelay::FaultRelay(int targetPort, std::vector<Fault> faults, int receiveBuffer)
+    : m_targetPort(targetPort), m_faults(std::move(faults)),
+      m_listener(LoopbackSocket::listener(receiveBuffer)), m_port(m_listener.port()),
+      m_acceptor([this] { acceptAll(); })
 {}
 
 FaultRelay::~FaultRelay()
@@ -53,6 +54,7 @@ void FaultRelay::relay(Pair &pair)
     }
     pair.client.close();
     pair.server.close();
+    ++m_ended;
 }
 
 /// Moves what has arrived one way. False when the connection is over.
@@ -105,11 +107,17 @@ bool FaultRelay::hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, 
     return to.send(bytes);
 }
 
-bool FaultRelay::drip(Pair &pair, const LoopbackSocket &to, const std::string &bytes)
+bool FaultRelay::drip(const Pair &pair, const LoopbackSocket &to, const std::string &bytes) const
 {
-    return std::all_of(bytes.begin(), bytes.end(), [&](const char byte) {
-        return !waitForEnd(pair.fault.dripMs) && to.send(std::string_view(&byte, 1));
-    });
+    std::string_view rest = bytes;
+    while (!rest.empty()) {
+        const std::string_view piece = rest.substr(0, pair.fault.dripBytes);
+        if (waitForEnd(pair.fault.dripMs) || !to.send(piece)) {
+            return false;
+        }
+        rest.remove_prefix(piece.size());
+    }
+    return true;
 }
 
 void FaultRelay::note(Fault::Way way, const std::string &bytes)

@@ -21,7 +21,7 @@ struct Fault
         Cut,     ///< both sides see an orderly end
         Reset,   ///< both sides see a reset
         Stall,   ///< nothing moves any more, in either direction
-        Drip,    ///< the rest goes through a byte at a time, one each dripMs
+        Drip,    ///< the rest goes through in pieces of dripBytes, one each dripMs
         Corrupt, ///< the next byte is changed by the mask; the rest passes
     };
     enum class Way
@@ -35,6 +35,7 @@ struct Fault
     std::uint64_t afterBytes = 0;
     int dripMs = 1;
     unsigned char mask = 0x55;
+    std::size_t dripBytes = 1;
 };
 
 /// A TCP relay on the loopback interface that hurts connections as told: the first fault is for the first
@@ -42,7 +43,8 @@ struct Fault
 class FaultRelay
 {
 public:
-    FaultRelay(int targetPort, std::vector<Fault> faults);
+    /// With a receive buffer of so many bytes, little waits within the relay; 0: the system's.
+    FaultRelay(int targetPort, std::vector<Fault> faults, int receiveBuffer = 0);
     ~FaultRelay();
     FaultRelay(const FaultRelay &) = delete;
     FaultRelay &operator=(const FaultRelay &) = delete;
@@ -50,6 +52,9 @@ public:
     [[nodiscard]] int port() const { return m_port; }
 
     [[nodiscard]] std::size_t connections() const { return m_connections; }
+
+    /// Connections that are over: nothing passes there any more.
+    [[nodiscard]] std::size_t endedConnections() const { return m_ended; }
 
     /// Bytes of all connections so far.
     [[nodiscard]] std::uint64_t bytesToServer() const { return m_toServer; }
@@ -81,7 +86,7 @@ private:
     void relay(Pair &pair);
     bool pass(Pair &pair, Fault::Way way);
     bool hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, std::size_t harmless);
-    bool drip(Pair &pair, const LoopbackSocket &to, const std::string &bytes);
+    bool drip(const Pair &pair, const LoopbackSocket &to, const std::string &bytes) const;
     void note(Fault::Way way, const std::string &bytes);
     bool waitForEnd(int milliseconds) const;
 
@@ -91,6 +96,7 @@ private:
     int m_port = 0;
     std::atomic<bool> m_isEnding = false;
     std::atomic<std::size_t> m_connections = 0;
+    std::atomic<std::size_t> m_ended = 0;
     std::atomic<std::uint64_t> m_toServer = 0;
     std::atomic<std::uint64_t> m_toClient = 0;
     std::atomic<bool> m_isRecording = false;

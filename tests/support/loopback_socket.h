@@ -34,10 +34,13 @@ public:
 
     ~LoopbackSocket() { close(); }
 
-    /// Listens on a free port.
-    static LoopbackSocket listener()
+    /// Listens on a free port. With a receive buffer of so many bytes for each connection; 0: the system's.
+    static LoopbackSocket listener(int receiveBuffer = 0)
     {
         LoopbackSocket socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        if (receiveBuffer > 0) {
+            ::setsockopt(socket.m_descriptor, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
+        }
         sockaddr_in address = loopback(0);
         if (::bind(socket.m_descriptor, asGeneric(&address), sizeof address) != 0 ||
             ::listen(socket.m_descriptor, 64) != 0) {
