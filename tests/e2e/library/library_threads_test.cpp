@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/FaultRelay.h"
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/server_process.h"
 
@@ -15,7 +16,13 @@ class LibraryThreads : public testing::Test
 {
 protected:
     static constexpr int threads = 8;
-    static constexpr int rounds = 3;
+
+    struct Upload
+    {
+        std::string text;
+        std::string identifier;
+        std::string problem;
+    };
 
     /// Runs the work on all threads, which begin at the same moment.
     template <typename Work>
@@ -29,6 +36,32 @@ protected:
                 start.arrive_and_wait();
                 work(thread);
             });
+        }
+    }
+
+    /// So many uploads on each thread, one after the other, each with a request of its own.
+    [[nodiscard]] std::vector<Upload> uploadOnAllThreads(int port, int rounds) const
+    {
+        std::vector<Upload> uploads(static_cast<std::size_t>(threads * rounds));
+        onAllThreads([&](int thread) {
+            for (int round = 0; round < rounds; ++round) {
+                const int number = thread * rounds + round;
+                Upload &upload = uploads[static_cast<std::size_t>(number)];
+                upload.text = incompressibleText(200'000, static_cast<std::uint32_t>(number + 1));
+                const std::string path = m_folder.write("document" + std::to_string(number), upload.text);
+                LibraryUpload print(plainConnection(port), login(), path);
+                upload.problem = print.run() ? "" : print.error() + print.description();
+                upload.identifier = print.identifier();
+            }
+        });
+        return uploads;
+    }
+
+    void expectStored(const std::vector<Upload> &uploads) const
+    {
+        for (const Upload &upload : uploads) {
+            EXPECT_EQ(upload.problem, "");
+            EXPECT_TRUE(storedText(upload.identifier) == upload.text) << upload.identifier;
         }
     }
 
@@ -51,30 +84,48 @@ protected:
 
 TEST_F(LibraryThreads, each_get_their_own_documents_stored_whole)
 {
-    struct Upload
-    {
-        std::string text;
-        std::string identifier;
-        std::string problem;
-    };
-
-    std::vector<Upload> uploads(static_cast<std::size_t>(threads * rounds));
-    onAllThreads([&](int thread) {
-        for (int round = 0; round < rounds; ++round) {
-            const int number = thread * rounds + round;
-            Upload &upload = uploads[static_cast<std::size_t>(number)];
-            upload.text = incompressibleText(200'000, static_cast<std::uint32_t>(number + 1));
-            const std::string path = m_folder.write("document" + std::to_string(number), upload.text);
-            LibraryUpload print(plainConnection(m_server.plainPort()), login(), path);
-            upload.problem = print.run() ? "" : print.error() + print.description();
-            upload.identifier = print.identifier();
-        }
-    });
-    for (const Upload &upload : uploads) {
-        EXPECT_EQ(upload.problem, "");
-        EXPECT_TRUE(storedText(upload.identifier) == upload.text) << upload.identifier;
-    }
+    const std::vector<Upload> uploads = uploadOnAllThreads(m_server.plainPort(), 3);
+    expectStored(uploads);
     EXPECT_EQ(m_server.documents().size(), uploads.size());
+}
+
+// A connection is used by one request at a time and then by the next: as many do as there are requests at
+// once.
+TEST_F(LibraryThreads, need_no_more_connections_than_there_are_threads)
+{
+    const FaultRelay relay(m_server.plainPort(), {});
+    expectStored(uploadOnAllThreads(relay.port(), 5));
+    EXPECT_LE(relay.connections(), static_cast<std::size_t>(threads));
+    const std::size_t before = relay.connections();
+    onAllThreads([&](int) {
+        LibraryRequest request(plainConnection(relay.port()));
+        EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + login())) << request.description();
+        EXPECT_TRUE(request.command("VR_CLOSE_SESSION=|YES|"));
+    });
+    EXPECT_LE(relay.connections(), static_cast<std::size_t>(threads));
+    const std::size_t after = relay.connections();
+    EXPECT_GE(after, before);
+    for (int i = 0; i < 5; ++i) {
+        LibraryUpload print(plainConnection(relay.port()), login(), m_folder.write("again", "a last page"));
+        EXPECT_TRUE(print.run()) << print.description();
+    }
+    EXPECT_EQ(relay.connections(), after) << "one after the other they share what is there";
+}
+
+// What breaks the connections of some leaves the documents of the others alone.
+TEST_F(LibraryThreads, get_their_documents_stored_whole_where_connections_are_lost)
+{
+    std::vector<Fault> faults;
+    for (std::uint64_t i = 0; i < 12; ++i) {
+        const Fault::Kind kind = i % 2 == 0 ? Fault::Kind::Cut : Fault::Kind::Reset;
+        faults.push_back(
+            {i % 3 == 2 ? Fault::Kind::None : kind, Fault::Way::ToServer, 100'000 + 20'000 * i, 0});
+    }
+    const FaultRelay relay(m_server.plainPort(), faults);
+    const std::vector<Upload> uploads = uploadOnAllThreads(relay.port(), 3);
+    expectStored(uploads);
+    EXPECT_EQ(m_server.documents().size(), uploads.size());
+    EXPECT_GE(relay.connections(), 2U) << "no connection was lost";
 }
 
 TEST_F(LibraryThreads, errors_and_sessions_of_one_request_are_never_those_of_another)
