@@ -15,9 +15,11 @@
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <xxhash.h>
 
 namespace appserver {
 
+using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
@@ -153,6 +155,25 @@ TEST_F(ServerFiles, an_object_that_no_longer_fits_into_memory_goes_to_a_private_
         EXPECT_THAT(file.read(FileObject::memoryBytes + 1, 10), IsEmpty());
     }
     EXPECT_EQ(entries(), 0U);
+}
+
+TEST_F(ServerFiles, the_hash_of_an_object_is_that_of_all_its_bytes_in_memory_and_in_a_file)
+{
+    std::string bytes;
+    FileObject whole(m_folder.path());
+    for (const std::size_t count : {std::size_t{0}, std::size_t{1}, std::size_t{30'000},
+                                    FileObject::memoryBytes - 30'001, std::size_t{1}, std::size_t{200'000}}) {
+        const std::string block(count, static_cast<char>('a' + bytes.size() % 23));
+        FileObject source(m_folder.path());
+        source.append(block);
+        whole.append(source);
+        bytes += block;
+        XXH128_canonical_t expected;
+        XXH128_canonicalFromHash(&expected, XXH3_128bits(bytes.data(), bytes.size()));
+        EXPECT_THAT(whole.hash(), ElementsAreArray(expected.digest)) << bytes.size();
+    }
+    EXPECT_EQ(entries(), 1U);
+    EXPECT_EQ(whole.size(), bytes.size());
 }
 
 TEST_F(ServerFiles, an_object_whose_folder_is_gone_is_an_error)

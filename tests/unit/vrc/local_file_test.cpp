@@ -184,6 +184,13 @@ TEST_F(LocalFiles, a_socket_log_is_private_escaped_and_appended_to)
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+TEST_F(LocalFiles, a_socket_log_holds_no_password)
+{
+    vrc::SocketLog(m_folder.file("socket.log"))
+        .request("VR_CMD=|MISC:NOP| POD_USER=|u| POD_PASSWORD=|secret|");
+    EXPECT_NE(m_folder.read("socket.log").find("POD_USER=|u| POD_PASSWORD=|****|"), std::string::npos);
+}
+
 TEST_F(LocalFiles, a_socket_log_that_cannot_be_opened_or_is_a_link_is_left_out)
 {
     std::filesystem::create_symlink(m_folder.write("target", ""), m_folder.file("link"));
