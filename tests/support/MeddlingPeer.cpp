@@ -45,6 +45,33 @@ MeddlingPeer::MeddlingPeer(int serverPort)
       m_peer([this](PeerRequest &request, LoopbackSocket &socket) { return serve(request, socket); })
 {}
 
+void MeddlingPeer::spoil(std::uint64_t number)
+{
+    const std::lock_guard lock(m_mutex);
+    m_spoilt = number;
+}
+
+void MeddlingPeer::loseAnswersTo(std::uint64_t number, int times)
+{
+    const std::lock_guard lock(m_mutex);
+    m_lostNumber = number;
+    m_losses = times;
+}
+
+void MeddlingPeer::loseAnswersFrom(std::uint64_t number, int times)
+{
+    const std::lock_guard lock(m_mutex);
+    m_lostNumber = number;
+    m_losses = times;
+    m_losesWhatFollows = true;
+}
+
+void MeddlingPeer::refuseChunks()
+{
+    const std::lock_guard lock(m_mutex);
+    m_refusesChunks = true;
+}
+
 std::vector<PassedCommand> MeddlingPeer::passed() const
 {
     const std::lock_guard lock(m_mutex);

@@ -29,25 +29,17 @@ public:
 
     /// The command of this number reaches the server with an object that no server has. Once: a later session
     /// passes unharmed.
-    void spoil(std::uint64_t number) { m_spoilt = number; }
+    void spoil(std::uint64_t number);
 
     /// So many answers to requests with the command of this number are lost, after the server has carried
     /// everything out: the connection ends instead.
-    void loseAnswersTo(std::uint64_t number, int times)
-    {
-        m_lostNumber = number;
-        m_losses = times;
-    }
+    void loseAnswersTo(std::uint64_t number, int times);
 
     /// Like loseAnswersTo(), but the answers behind the first that is lost are lost whatever the request was.
-    void loseAnswersFrom(std::uint64_t number, int times)
-    {
-        loseAnswersTo(number, times);
-        m_losesWhatFollows = true;
-    }
+    void loseAnswersFrom(std::uint64_t number, int times);
 
     /// 411 for every chunked body.
-    void refuseChunks() { m_refusesChunks = true; }
+    void refuseChunks();
 
     [[nodiscard]] int port() const { return m_peer.port(); }
 
