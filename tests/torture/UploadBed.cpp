@@ -5,6 +5,7 @@
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/loopback_socket.h"
 #include "tests/support/private_library.h"
+#include "tests/support/sanitizers.h"
 #include "wire/error_info.h"
 #include "wire/frame_reader.h"
 #include "wire/frames.h"
@@ -147,14 +148,7 @@ void enterFastPlace()
 
 void loseSilentServersSoon()
 {
-#if defined(__SANITIZE_ADDRESS__)
-    const char *milliseconds = "3000";
-#elif defined(__has_feature)
-    const char *milliseconds =
-        __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ? "3000" : "500";
-#else
-    const char *milliseconds = "500";
-#endif
+    const char *milliseconds = isSanitized ? "3000" : "500";
     ::setenv("VRC_STALL_TIMEOUT_MS", milliseconds, 1);
     ::setenv("VRC_ANSWER_TIMEOUT_MS", milliseconds, 1);
 }

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/sanitizers.h"
 #include "wire/frames.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <sys/resource.h>
 
 namespace {
 
@@ -93,13 +93,6 @@ std::vector<HostileServer> hostileServers()
 class HostileServers : public testing::TestWithParam<HostileServer>
 {};
 
-long peakKiB()
-{
-    rusage usage = {};
-    ::getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
-
 } // namespace
 
 TEST_P(HostileServers, are_an_error_in_bounded_time_and_memory)
@@ -114,7 +107,7 @@ TEST_P(HostileServers, are_an_error_in_bounded_time_and_memory)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(request.command("VR_CMD=|MISC:NOP|"));
     EXPECT_LT(std::chrono::steady_clock::now() - start, Seconds(20));
-    EXPECT_LT(peakKiB() - before, 32 * 1024);
+    EXPECT_LT(peakKiB() - before, memoryLimitKiB(32 * 1024));
     if (GetParam().error != "any") {
         EXPECT_EQ(request.error(), GetParam().error) << request.description();
     }

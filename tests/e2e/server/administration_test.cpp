@@ -3,8 +3,10 @@
 #include "tests/support/FrameClient.h"
 #include "tests/support/sample_documents.h"
 
+#include <cstdio>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +18,17 @@ using ::testing::Not;
 using ::testing::StartsWith;
 
 namespace {
+
+/// What a shell command says.
+std::string outputOf(const std::string &command)
+{
+    const std::unique_ptr<FILE, int (*)(FILE *)> pipe(::popen(command.c_str(), "r"), ::pclose);
+    std::string text;
+    for (int c = 0; pipe && (c = std::fgetc(pipe.get())) != EOF;) {
+        text += static_cast<char>(c);
+    }
+    return text;
+}
 
 /// What a program said on a terminal on which a person typed a line once asked for it, and its exit status.
 struct TerminalDialogue
@@ -270,11 +283,11 @@ TEST(ServerAddresses, a_server_of_version_6_of_the_protocol_names_itself_in_brac
     ServerProcess server({"--listen", "::1"});
     EXPECT_THAT(server.announcement(), HasSubstr("application server: https://[::1]:"));
     EXPECT_THAT(server.announcement(), HasSubstr("portal: https://[::1]:"));
-    httplib::SSLClient client("::1", server.port());
-    client.set_ca_cert_path(server.authority());
-    const auto answer = client.Get("/vrc");
-    ASSERT_TRUE(answer) << httplib::to_string(answer.error());
-    EXPECT_EQ(answer->status, 204);
+    // The HTTP library of the other tests reads too far in a certificate that names addresses of both
+    // versions.
+    const std::string call = "curl -sS -o /dev/null -w '%{http_code}' --cacert '" + server.authority() +
+                             "' 'https://[::1]:" + std::to_string(server.port()) + "/vrc'";
+    EXPECT_EQ(outputOf(call), "204");
     EXPECT_THAT(server.accessLog(), HasSubstr(" ::1 GET \"/vrc\" 204"));
 }
 
