@@ -54,7 +54,8 @@ protected:
         m_site.set_ca_cert_path(m_server.authority());
     }
 
-    httplib::Result post(const std::string &path, const std::string &body, httplib::Headers headers = {})
+    httplib::Result post(const std::string &path, const std::string &body,
+                         const httplib::Headers &headers = {})
     {
         return m_site.Post(path, headers, body, "application/x-www-form-urlencoded");
     }

@@ -29,7 +29,8 @@ protected:
         std::string lines = "PORTAL_URL={portal}/portal?client=vrp\nSERVER_PORTAL_APPLICATION=portal\n"
                             "SERVER_UPLOAD_PROCEDURE=ProcessFile\n";
         for (const std::string role : {"SERVER_UPLOAD_", "SERVER_PORTAL_"}) {
-            lines += role + "ADDRESS=localhost\n" + role + "SSO_PRINCIPAL=HTTP/localhost\n";
+            lines.append(role).append("ADDRESS=localhost\n");
+            lines.append(role).append("SSO_PRINCIPAL=HTTP/localhost\n");
         }
         return lines + "SERVER_UPLOAD_SSO=YES\nSERVER_PORTAL_SSO=" + forPortal + "\n";
     }
