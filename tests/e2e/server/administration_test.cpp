@@ -11,7 +11,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -44,6 +43,7 @@ TerminalDialogue typeWhenAsked(const std::vector<std::string> &words, const std:
     const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {
         std::vector<char *> arguments;
+        arguments.reserve(words.size() + 1);
         for (const std::string &word : words) {
             arguments.push_back(const_cast<char *>(word.c_str()));
         }
@@ -229,9 +229,9 @@ TEST_F(Administration, a_wrong_call_changes_no_user)
 
 TEST_F(Administration, a_password_that_is_typed_does_not_show)
 {
-    const TerminalDialogue dialogue = typeWhenAsked(
-        {VAREK_BUILD_DIR "/bin/vrserver", "user", "add", "ada", "--data", m_server.data().string()},
-        "Password: ", "lovelace\n");
+    const TerminalDialogue dialogue = typeWhenAsked({std::string(VAREK_BUILD_DIR) + "/bin/vrserver", "user",
+                                                     "add", "ada", "--data", m_server.data().string()},
+                                                    "Password: ", "lovelace\n");
     EXPECT_EQ(dialogue.status, 0) << dialogue.said;
     EXPECT_EQ(dialogue.said, "Password: \r\n");
     EXPECT_EQ(login("ada", "lovelace"), "R 1");
