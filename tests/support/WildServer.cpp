@@ -129,7 +129,8 @@ void WildAnswers::damage(std::string &frames)
         frames.resize(number(frames.size() + 1));
     }
     for (int bits = happens(2) ? 3 : 0; bits > 0 && !frames.empty(); --bits) {
-        frames[number(frames.size())] ^= static_cast<char>(1U << number(8));
+        char &byte = frames[number(frames.size())];
+        byte = static_cast<char>(static_cast<unsigned char>(byte) ^ (1U << number(8)));
     }
 }
 

@@ -161,7 +161,7 @@ private:
             entries.insert(entries.begin(), m_out.lastDirectory);
         }
         for (const std::string &entry : entries) {
-            const std::string directory = entry.substr(entry.rfind(':') + 1);
+            std::string directory = entry.substr(entry.rfind(':') + 1);
             const Error error = connect({});
             if (error == Error::badUser) {
                 m_out.remarks += "Bad user\n";

@@ -67,7 +67,7 @@ void makePasswordCheap(const ServerProcess &server)
                               crypto_pwhash_MEMLIMIT_MIN, crypto_pwhash_ALG_ARGON2ID13) != 0) {
         throw std::runtime_error("the password cannot be hashed");
     }
-    query(server, std::string("UPDATE users SET password_hash = '") + hash.c_str() + "'");
+    query(server, std::string("UPDATE users SET password_hash = '") + hash.substr(0, hash.find('\0')) + "'");
 }
 
 std::size_t entries(const std::filesystem::path &folder)

@@ -303,7 +303,7 @@ std::string difference(const SendOutcome &seen, const SendOutcome &expected)
     std::istringstream right(describe(expected));
     for (std::string one, other; std::getline(left, one) && std::getline(right, other);) {
         if (one != other) {
-            return "\"" + one + "\" instead of \"" + other + "\"";
+            return one.insert(0, "\"").append("\" instead of \"").append(other).append("\"");
         }
     }
     return "more or fewer commands";

@@ -149,6 +149,7 @@ public:
     {
         std::vector<SweepCase> cases;
         const std::vector<Impostor> servers = impostors(m_authority);
+        cases.reserve(servers.size());
         for (const Impostor &impostor : servers) {
             cases.push_back({impostor.name, "upload", [this, &impostor] { return refuse(impostor); }});
         }

@@ -9,7 +9,6 @@
 #include <sys/resource.h>
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 namespace {
@@ -27,6 +26,14 @@ std::string readAll(const LoopbackSocket &socket)
         all += piece;
     }
     return all;
+}
+
+/// More bytes than the system keeps for a connection whose other side does not read.
+std::string moreThanAConnectionKeeps()
+{
+    std::string bytes;
+    bytes.resize(30'000'000, 'x');
+    return bytes;
 }
 
 /// What the server does with clients that take their time, and with more of them than it has room for.
@@ -140,7 +147,7 @@ TEST_F(ConnectionLimits, a_client_that_reads_late_gets_everything)
 {
     FrameClient client(m_server);
     const std::string id = openUpload(client);
-    const std::string bytes(30'000'000, 'x'); // more than the system keeps for a connection
+    const std::string bytes = moreThanAConnectionKeeps();
     client.ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|F|").file("F", bytes));
     const std::string body = RequestText().session(id, 2).command(3, "VR_CMD=|OBJECT:GET| NAME=|F|").text;
     const LoopbackSocket late = LoopbackSocket::connection(m_server.plainPort());
@@ -163,7 +170,7 @@ TEST_F(ConnectionLimits, a_client_that_leaves_in_the_middle_of_an_answer_ends_it
 {
     FrameClient client(m_server);
     const std::string id = openUpload(client);
-    const std::string bytes(30'000'000, 'x');
+    const std::string bytes = moreThanAConnectionKeeps();
     client.ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|F|").file("F", bytes));
     const std::string body = RequestText().session(id, 2).command(3, "VR_CMD=|OBJECT:GET| NAME=|F|").text;
     {

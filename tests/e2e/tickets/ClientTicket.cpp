@@ -53,7 +53,7 @@ std::string ClientTicket::header(const std::string &answerOfServer)
     const OM_uint32 major =
         gss_init_sec_context(&minor, GSS_C_NO_CREDENTIAL, &m_context, server, &mechanism, m_flags, 0,
                              GSS_C_NO_CHANNEL_BINDINGS, &received, nullptr, &token, nullptr, nullptr);
-    const std::string value =
+    std::string value =
         std::string(scheme) + base64Of({static_cast<const char *>(token.value), token.length});
     gss_release_buffer(&minor, &token);
     gss_release_name(&minor, &server);

@@ -169,7 +169,7 @@ void renderDialogs(const QString &folder)
 /// The picture of the box that an action shows.
 void saveBox(const std::function<void()> &action, const QString &file)
 {
-    QTimer::singleShot(0, [&file] {
+    QTimer::singleShot(0, qApp, [&file] {
         QWidget *box = QApplication::activeModalWidget();
         savePicture(*box, file);
         box->close();
