@@ -169,11 +169,14 @@ void renderDialogs(const QString &folder)
 /// The picture of the box that an action shows.
 void saveBox(const std::function<void()> &action, const QString &file)
 {
-    QTimer::singleShot(0, qApp, [&file] {
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, [&file] {
         QWidget *box = QApplication::activeModalWidget();
         savePicture(*box, file);
         box->close();
     });
+    timer.start(0);
     action();
 }
 
