@@ -11,6 +11,7 @@
 #include "wire/frames.h"
 #include "wire/limits.h"
 
+#include <cstdio>
 #include <net/if.h>
 #include <sched.h>
 #include <sodium.h>
@@ -322,6 +323,14 @@ bool UploadBed::hasSession(const std::string &identifier, bool isEnd) const
     return !error || !wire::isError(error->error, wire::errors::UnknownSession);
 }
 
+int UploadBed::conclude(SweepTable &table) const
+{
+    checkLeftovers(table);
+    std::printf("refused with %s\n", refusals().c_str());
+    return table.print();
+}
+
+/// What the error triples of all refused cases were, and how often.
 std::string UploadBed::refusals() const
 {
     const std::lock_guard lock(m_mutex);

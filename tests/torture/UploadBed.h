@@ -51,11 +51,9 @@ public:
     [[nodiscard]] Verdict uploadTwice(
         int port, bool isTls, const std::string &document, const std::function<void()> &mend = [] {});
 
-    /// What the error triples of all refused cases were, and how often.
-    [[nodiscard]] std::string refusals() const;
-
-    /// After all cases: no session, descriptor, child or temporary file may be left of them.
-    void checkLeftovers(SweepTable &table) const;
+    /// After all cases: no session, descriptor, child or temporary file may be left of them. Prints what was
+    /// found and gives the sweep's exit status.
+    [[nodiscard]] int conclude(SweepTable &table) const;
 
 private:
     struct Result;
@@ -67,6 +65,8 @@ private:
     [[nodiscard]] std::vector<std::string> stored(const std::string &name) const;
     [[nodiscard]] std::string storedText(const std::string &identifier) const;
     void forget(const std::string &name) const;
+    [[nodiscard]] std::string refusals() const;
+    void checkLeftovers(SweepTable &table) const;
     [[nodiscard]] bool hasSession(const std::string &identifier, bool isEnd) const;
 
     ServerProcess m_server;

@@ -9,7 +9,6 @@
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/failing_new.h"
 
-#include <cstdio>
 #include <numeric>
 
 namespace {
@@ -104,7 +103,5 @@ int main(int argc, char **argv)
     enterFastPlace();
     UploadBed bed;
     AllocationSweep(bed, table).run();
-    bed.checkLeftovers(table);
-    std::printf("refused with %s\n", bed.refusals().c_str());
-    return table.print();
+    return bed.conclude(table);
 }

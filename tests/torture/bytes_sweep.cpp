@@ -10,8 +10,6 @@
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/conversation_layout.h"
 
-#include <cstdio>
-
 namespace {
 
 constexpr std::size_t largeBytes = std::size_t{8} * 1024 * 1024;
@@ -168,7 +166,5 @@ int main(int argc, char **argv)
     loseSilentServersSoon();
     UploadBed bed;
     BytesSweep(bed, table).run();
-    bed.checkLeftovers(table);
-    std::printf("refused with %s\n", bed.refusals().c_str());
-    return table.print();
+    return bed.conclude(table);
 }

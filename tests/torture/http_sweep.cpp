@@ -8,8 +8,6 @@
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/bad_answers.h"
 
-#include <cstdio>
-
 namespace {
 
 constexpr std::size_t selected = 300;
@@ -63,7 +61,5 @@ int main(int argc, char **argv)
     const std::vector<BadAnswer> answers = badAnswers();
     const std::vector<SweepCase> cases = makeCases(bed, answers, harmless.requests(), document);
     table.run(table.options().isEvery ? cases : spread(cases, selected), 12);
-    bed.checkLeftovers(table);
-    std::printf("refused with %s\n", bed.refusals().c_str());
-    return table.print();
+    return bed.conclude(table);
 }
