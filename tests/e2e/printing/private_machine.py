@@ -83,14 +83,14 @@ def _enter_overlay(scratch):
     _mount("overlay", "overlay", root, "lowerdir=/,upperdir=%s,workdir=%s" % (upper, work))
     for folder in ("/dev", "/sys"):
         run("mount", "--rbind", folder, root + folder)
-    for folder in {source_dir(), build_dir()}:
+    for folder, mode in (("/run", "0755"), ("/tmp", "1777"), ("/var/spool/cups", "0710"), ("/dev/shm", "1777")):
+        _mount("tmpfs", "scratch", root + folder, "mode=" + mode)
+    for folder in {source_dir(), build_dir()}:  # which may lie in a folder that has just been covered
         os.makedirs(root + folder, exist_ok=True)
         run("mount", "--bind", folder, root + folder)
     os.chroot(root)
     os.chdir("/")
     _mount("proc", "proc", "/proc")
-    for folder, mode in (("/run", "0755"), ("/tmp", "1777"), ("/var/spool/cups", "0710"), ("/dev/shm", "1777")):
-        _mount("tmpfs", "scratch", folder, "mode=" + mode)
     shutil.chown("/var/spool/cups", "root", "lp")
 
 
