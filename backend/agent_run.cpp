@@ -3,14 +3,11 @@
 
 #include "backend/cancel_signal.h"
 #include "backend/folder_watch.h"
-#include "backend/program_run.h"
 #include "backend/spool_names.h"
 #include "backend/waiting_jobs.h"
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <charconv>
 #include <ctime>
 #include <iostream>
 
@@ -49,76 +46,15 @@ bool waitForStart(const AgentOptions &options, const AgentSurroundings &surround
     return false;
 }
 
-std::vector<std::string> sendCommand(const std::string &program, const JobTicket &ticket,
-                                     const std::string &document)
-{
-    return {program,     "-m",     "send",      "-p",         ticket.queue,
-            "-f",        document, "-d",        ticket.title, "-c",
-            ticket.host, "-u",     ticket.user, "-n",         std::to_string(ticket.copies)};
-}
-
-std::string describe(const ProgramEnd &end)
-{
-    switch (end.kind) {
-    case ProgramEnd::Kind::signalled:
-        return "the program ended unexpectedly (signal " + std::to_string(end.number) + ")";
-    case ProgramEnd::Kind::notStarted:
-        return "the program could not be started";
-    case ProgramEnd::Kind::exited:
-        break;
-    }
-    return "the program did not take it (status " + std::to_string(end.number) + ")";
-}
-
-/// The program deletes a document that it dealt with; one that is still there was not sent.
-void settle(const WaitingJobs &jobs, const std::string &stem, const std::string &what,
-            const std::string &reason, const AgentSurroundings &surroundings)
-{
-    jobs.removeWorkFiles(stem);
-    if (!jobs.hasDocument(stem)) {
-        jobs.remove(stem);
-        return;
-    }
-    const std::string kept = jobs.moveToFailed(stem);
-    surroundings.tellUser(what + " was not sent: " + reason + ". It is kept " +
-                          (kept.empty() ? "as " + jobs.documentPath(stem) : "for 7 days as " + kept));
-}
-
-void runClaimedJob(const WaitingJobs &jobs, const std::string &stem, const AgentOptions &options,
-                   const AgentSurroundings &surroundings)
-{
-    const auto ticket = jobs.ticket(stem);
-    if (!ticket || !jobs.hasDocument(stem)) {
-        settle(jobs, stem, "A printed document", "its ticket cannot be read", surroundings);
-        return;
-    }
-    const std::string what = "'" + ticket->title + "'";
-    const ProgramEnd end = runProgram(sendCommand(options.program, *ticket, jobs.documentPath(stem)));
-    if (end.kind == ProgramEnd::Kind::signalled && !jobs.hasDocument(stem)) {
-        surroundings.tellUser(describe(end) + " after it had dealt with " + what);
-    }
-    settle(jobs, stem, what, describe(end), surroundings);
-}
-
-/// Claims that nobody works on any more, since this process holds the lock.
-void settleAbandoned(const WaitingJobs &jobs, const AgentSurroundings &surroundings)
-{
-    for (const std::string &stem : jobs.abandoned()) {
-        const auto ticket = jobs.ticket(stem);
-        const std::string what = ticket ? "'" + ticket->title + "'" : "A printed document";
-        settle(jobs, stem, what, "the session ended while it was being sent", surroundings);
-    }
-}
-
 bool hasWaitingJobs(const AgentOptions &options)
 {
     const auto jobs = WaitingJobs::open(userFolder(options));
     return jobs && !jobs->waiting().empty();
 }
 
-/// Everything that waits now; false when a waiting job cannot be taken. The lock is held from the first claim
-/// to the end of the last job, and not while a display is waited for: another session of the same user may
-/// have one.
+/// Starts everything that waits now; false when a waiting job cannot be taken. The lock is held from the
+/// first claim to the end of the last job, and not while a display is waited for: another session of the same
+/// user may have one.
 bool runWaitingJobs(const AgentOptions &options, const AgentSurroundings &surroundings)
 {
     auto jobs = WaitingJobs::open(userFolder(options));
@@ -128,7 +64,10 @@ bool runWaitingJobs(const AgentOptions &options, const AgentSurroundings &surrou
     if (!jobs->lock()) {
         return false;
     }
-    settleAbandoned(*jobs, surroundings);
+    // Nobody works on these claims any more, since this process holds the lock.
+    for (const std::string &stem : jobs->abandoned()) {
+        settleAbandonedJob(*jobs, stem, surroundings.tellUser);
+    }
     jobs->cleanUp(std::time(nullptr));
     for (auto waiting = jobs->waiting(); !waiting.empty(); waiting = jobs->waiting()) {
         if (isCancelled() || !canStart(options, surroundings)) {
@@ -137,7 +76,7 @@ bool runWaitingJobs(const AgentOptions &options, const AgentSurroundings &surrou
         if (!jobs->claim(waiting.front())) {
             return false;
         }
-        runClaimedJob(*jobs, waiting.front(), options, surroundings);
+        sendClaimedJob(*jobs, waiting.front(), options.program, surroundings.tellUser);
     }
     return true;
 }
@@ -171,42 +110,7 @@ int watch(const AgentOptions &options, const AgentSurroundings &surroundings)
     return 0;
 }
 
-bool parseSeconds(const std::string &text, int &milliseconds)
-{
-    int seconds = 0;
-    const auto [stopped, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (error != std::errc() || stopped != text.data() + text.size() || seconds < 0 || seconds > 86400) {
-        return false;
-    }
-    milliseconds = seconds * 1000;
-    return true;
-}
-
 } // namespace
-
-bool parseAgentArguments(std::span<const std::string> arguments, AgentOptions &options)
-{
-    bool hasMode = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string &option = arguments[i];
-        if (option == "--once" || option == "--watch") {
-            options.watch = option == "--watch";
-            hasMode = true;
-            continue;
-        }
-        if (++i == arguments.size()) {
-            return false;
-        }
-        if (option == "--spool") {
-            options.spoolRoot = arguments[i];
-        } else if (option == "--program") {
-            options.program = arguments[i];
-        } else if (option != "--display-wait" || !parseSeconds(arguments[i], options.displayWaitMs)) {
-            return false;
-        }
-    }
-    return hasMode;
-}
 
 int runAgent(const AgentOptions &options, const AgentSurroundings &surroundings)
 {

@@ -3,14 +3,12 @@
 
 #include "backend/cups_job.h"
 #include "backend/spool_delivery.h"
+#include "backend/spool_folder.h"
 #include "backend/spool_names.h"
 #include "backend/value_cleaning.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
-#include <array>
-#include <cerrno>
 #include <ctime>
 #include <ostream>
 
@@ -19,7 +17,6 @@ namespace {
 
 /// Stands in the queue's state reasons from a refusal to the next job; the PPD gives it a text.
 constexpr char refusedReason[] = "varek-refused-warning";
-constexpr std::size_t maxMappingBytes = 65536;
 
 /// cupsd names the backend after the device's scheme when it asks for devices.
 std::string schemeOf(const std::string &program)
@@ -33,67 +30,10 @@ void listDevice(const std::string &program, std::ostream &devices)
             << "\"MFG:Varek;MDL:Printer;DES:Varek Printer;CMD:PDF;\" \"\"" << std::endl;
 }
 
-/// A file that others can write could send anybody's documents to them.
-bool isTrustworthy(int fd)
-{
-    struct stat status
-    {};
-
-    if (::fstat(fd, &status) != 0) {
-        throw systemFailure("Cannot examine the configuration of the backend");
-    }
-    return S_ISREG(status.st_mode) && (status.st_uid == 0 || status.st_uid == ::geteuid()) &&
-           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-}
-
-std::string readStart(int fd, std::size_t limit)
-{
-    std::string text;
-    std::array<char, 4096> buffer{};
-    while (text.size() < limit) {
-        const ssize_t got = ::read(fd, buffer.data(), buffer.size());
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got < 0) {
-            throw systemFailure("Cannot read the configuration of the backend");
-        }
-        if (got == 0) {
-            break;
-        }
-        text.append(buffer.data(), static_cast<std::size_t>(got));
-    }
-    return text;
-}
-
-std::vector<MappingRule> readMapping(const BackendSurroundings &surroundings)
-{
-    const FileDescriptor file(::open(surroundings.mappingFile.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-    if (!file.isOpen() && errno == ENOENT) {
-        return {};
-    }
-    // Rules that cannot be read just now may send the document to somebody else.
-    if (!file.isOpen() && errno != ELOOP) {
-        throw systemFailure("Cannot open the configuration of the backend");
-    }
-    if (!file.isOpen() || !isTrustworthy(file.get())) {
-        surroundings.messages << "ERROR: " << surroundings.mappingFile
-                              << " is ignored: it must be a file, no link, that root alone can write"
-                              << std::endl;
-        return {};
-    }
-    std::vector<std::string> problems;
-    std::vector<MappingRule> rules = parseMapping(readStart(file.get(), maxMappingBytes), problems);
-    for (const std::string &problem : problems) {
-        surroundings.messages << "WARNING: " << surroundings.mappingFile << ": " << problem << std::endl;
-    }
-    return rules;
-}
-
 Account recipientOf(const CupsJob &job, const BackendSurroundings &surroundings)
 {
-    const Recipient recipient =
-        chooseRecipient(job.user, job.host, readMapping(surroundings), surroundings.findAccount);
+    const std::vector<MappingRule> rules = readMapping(surroundings.mappingFile, surroundings.messages);
+    const Recipient recipient = chooseRecipient(job.user, job.host, rules, surroundings.findAccount);
     switch (recipient.outcome) {
     case Recipient::Outcome::accepted:
         return recipient.account;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "backend/program_run.h"
 
-#include "backend/file_descriptor.h"
+#include "backend/descriptor_io.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -11,6 +11,7 @@
 #endif
 
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <csignal>
 
@@ -71,12 +72,9 @@ void resetSignals()
 /// 0 when the program was started, otherwise the error.
 int startError(const FileDescriptor &report)
 {
-    int error = 0;
-    ssize_t got = 0;
-    do {
-        got = ::read(report.get(), &error, sizeof error);
-    } while (got < 0 && errno == EINTR);
-    return got == static_cast<ssize_t>(sizeof error) ? error : 0;
+    std::array<char, sizeof(int)> bytes{};
+    return readBytes(report.get(), bytes) == static_cast<ssize_t>(bytes.size()) ? std::bit_cast<int>(bytes)
+                                                                                : 0;
 }
 
 ProgramEnd waitFor(pid_t process)

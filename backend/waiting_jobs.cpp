@@ -2,6 +2,7 @@
 #include "backend/waiting_jobs.h"
 
 #include "backend/cancel_signal.h"
+#include "backend/descriptor_io.h"
 #include "backend/spool_names.h"
 
 #include <dirent.h>
@@ -19,11 +20,6 @@ namespace {
 std::string named(std::string_view stem, std::string_view suffix)
 {
     return std::string(stem) + std::string(suffix);
-}
-
-FileDescriptor openFolder(int parent, const std::string &name)
-{
-    return FileDescriptor(::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 std::vector<std::string> fileNames(int folder)
@@ -139,17 +135,8 @@ std::optional<JobTicket> WaitingJobs::ticket(const std::string &stem) const
 {
     const FileDescriptor file(::openat(m_folder.get(), named(stem, claimedSuffix).c_str(),
                                        O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    std::string text(maxTicketBytes + 1, '\0');
-    ssize_t got = -1;
-    do {
-        errno = 0;
-        got = file.isOpen() ? ::read(file.get(), text.data(), text.size()) : -1;
-    } while (got < 0 && errno == EINTR);
-    if (got < 0) {
-        return std::nullopt;
-    }
-    text.resize(static_cast<std::size_t>(got));
-    return parseTicket(text);
+    const auto text = file.isOpen() ? readText(file.get(), maxTicketBytes + 1) : std::nullopt;
+    return text ? parseTicket(*text) : std::nullopt;
 }
 
 bool WaitingJobs::hasDocument(const std::string &stem) const

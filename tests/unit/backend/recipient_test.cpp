@@ -97,20 +97,4 @@ TEST(ChooseRecipient, lets_no_rule_make_a_system_user_the_recipient)
               "Refused by the mapping: there is no user 'gone' on this computer");
 }
 
-TEST(ParseMapping, names_the_lines_that_it_cannot_understand)
-{
-    std::vector<std::string> problems;
-    const auto rules =
-        parseMapping("map a@b c\nmap a b\nmap @b c\nmap a@ c\nmap a@b\nmap a@b c d\nmop a@b c\n", problems);
-    EXPECT_EQ(rules.size(), 1U);
-    EXPECT_EQ(problems.size(), 6U);
-    EXPECT_EQ(problems.front(), "line 2 is not of the form 'map USER@HOST ACCOUNT'");
-}
-
-TEST(FindSystemAccount, knows_root_and_does_not_know_a_made_up_name)
-{
-    EXPECT_EQ(backend::findSystemAccount("root").outcome, AccountLookup::Outcome::found);
-    EXPECT_EQ(backend::findSystemAccount("no such user").outcome, AccountLookup::Outcome::absent);
-}
-
 } // namespace
