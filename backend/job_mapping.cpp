@@ -51,9 +51,12 @@ bool isTrustworthy(int fd)
 
 std::string readWhole(int fd)
 {
-    const auto text = readText(fd, maxMappingBytes);
+    const auto text = readText(fd, maxMappingBytes + 1);
     if (!text) {
         throw systemFailure("Cannot read the configuration of the backend");
+    }
+    if (text->size() > maxMappingBytes) {
+        throw BackendFailure(ExitCode::hold, "The configuration of the backend is longer than 64 KiB");
     }
     return *text;
 }

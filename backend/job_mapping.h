@@ -27,7 +27,7 @@ struct MappingRule
 
 /// The rules of a file; none when there is no such file, or when others than root can write it. What is
 /// wrong is written to the messages, a line each. Throws BackendFailure for a file that cannot be read just
-/// now: without its rules the document might go to somebody else.
+/// now, or is longer than maxMappingBytes: without its rules the document might go to somebody else.
 [[nodiscard]] std::vector<MappingRule> readMapping(const std::string &file, std::ostream &messages);
 
 } // namespace backend

@@ -339,6 +339,15 @@ TEST_F(Backend, holds_a_job_whose_mapping_is_there_and_cannot_be_opened)
     EXPECT_FALSE(fs::exists(userFolder()));
 }
 
+TEST_F(Backend, holds_a_job_whose_mapping_is_too_long_to_be_read_whole)
+{
+    // Cut in the middle of a line, a rule would name somebody else.
+    writeFile(mapping(), std::string(backend::maxMappingBytes - 9, '\n') + "map *@* alice\n", 0644);
+    const Outcome result = print(wholePdf);
+    EXPECT_EQ(result.exitCode(), 3);
+    EXPECT_THAT(result.messages, HasSubstr("ERROR: The configuration of the backend is longer than 64 KiB"));
+}
+
 TEST_F(Backend, holds_a_job_when_the_spool_can_be_changed_by_others)
 {
     fs::create_directory(root());

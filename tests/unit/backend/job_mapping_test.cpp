@@ -55,4 +55,14 @@ TEST_F(ReadMapping, ignores_a_file_that_others_can_write)
     EXPECT_THAT(messages.str(), HasSubstr("is ignored: it must be a file"));
 }
 
+TEST_F(ReadMapping, reads_a_file_of_the_largest_size_and_refuses_a_longer_one)
+{
+    const std::string rule = "map guest@localhost alice\n";
+    const std::string padding(backend::maxMappingBytes - rule.size(), '#');
+    writeFile(file, rule + padding, 0644);
+    EXPECT_EQ(read().size(), 1U);
+    writeFile(file, rule + padding + "#", 0644);
+    EXPECT_THROW((void)read(), backend::BackendFailure);
+}
+
 } // namespace
