@@ -8,21 +8,42 @@ import unittest
 
 from documents import ROOT, anchors, links, names, text_of
 
-MESSAGES = re.compile(r"resource::((?:errors|setupErrors)\w+)")
+MESSAGE_SECTIONS = ("Errors", "SetupErrors", "Messages")
+QUESTIONS = {("Setup", key) for key in ("IntroInstall", "InstallOk", "IntroUninstall", "UninstallOk")}
 
 
-def default_texts():
-    """The default text of each resource constant."""
-    table = text_of("vrp/core/resource_table.h")
-    return dict(re.findall(r'wchar_t (\w+)\[\] = L"[^;"]*;[^;"]*;([^"]*)"', table))
+def messages():
+    """What the program can be made to say, of the table of texts: section, key, default text and whether any code uses it."""
+    table = re.findall(r'wchar_t (\w+)\[\] = L"([^;"]*);([^;"]*);([^"]*)"', text_of("vrp/core/resource_table.h"))
+    code = "".join(text_of(path) for path in glob.glob(os.path.join(ROOT, "vrp/**/*.cpp"), recursive=True))
+    return [(section, key, text, re.search(r"resource::%s\b" % constant, code) is not None)
+            for constant, section, key, text in table
+            if section in MESSAGE_SECTIONS or (section, key) in QUESTIONS]
 
 
-def shown_messages():
-    texts = default_texts()
-    used = set()
+def never_shown(page):
+    """The keys of the table of texts that are never shown, each as (section, key)."""
+    table = page[page.index("These texts are never shown."):].split("\n\n")[1]
+    return {(section, key) for section, keys in re.findall(r"^\| `(\w+)` \| (.*) \|$", table, re.M)
+            for key in re.findall(r"`(\w+)`", keys)}
+
+
+def warnings_on_standard_error():
+    """The program's lines for standard error, each cut off where a value is filled in."""
+    said = []
     for path in glob.glob(os.path.join(ROOT, "vrp/**/*.cpp"), recursive=True):
-        used.update(MESSAGES.findall(text_of(path)))
-    return {texts[constant] for constant in used}
+        said += re.findall(r'"(vrp: [^%"\\]*)', text_of(path))
+    return said
+
+
+def spool_messages():
+    """What the backend shows in the queue window and the agent tells the user, up to where a value is filled in."""
+    failures = "".join(text_of(path) for path in glob.glob(os.path.join(ROOT, "backend/*.cpp")))
+    said = re.findall(r'BackendFailure\(ExitCode::\w+,\s*"([^"]*)"', failures)
+    said += re.findall(r'systemFailure\("([^"]*)"', failures)
+    for name in ("backend/recipient.cpp", "backend/claimed_job.cpp"):
+        said += [text for text in re.findall(r'"([^"\n]*)"', text_of(name)) if text.count(" ") > 2]
+    return {text.strip() for text in said}
 
 
 class Documents(unittest.TestCase):
@@ -46,12 +67,22 @@ class Documents(unittest.TestCase):
         self.assertGreater(len(named), 15)
         self.assertEqual({(name, test) for name, test in named if test not in there}, set())
 
-    def test_every_message_that_the_program_shows_is_explained(self):
-        explained = text_of("docs/administration.md")
-        messages = shown_messages()
-        self.assertGreater(len(messages), 15)
-        for message in messages:
-            self.assertIn("\n| %s |" % message.replace("%d", "-1"), explained)
+    def test_every_message_is_explained_or_said_to_be_never_shown(self):
+        page = text_of("docs/administration.md")
+        shown = [text.replace("%d", "N").rstrip() for _, _, text, used in messages() if used]
+        self.assertGreater(len(shown), 25)
+        self.assertEqual([text for text in shown if "\n| %s |" % text not in page], [])
+        self.assertEqual(never_shown(page), {(section, key) for section, key, _, used in messages() if not used})
+
+    def test_every_line_on_standard_error_is_explained(self):
+        self.assertGreater(len(warnings_on_standard_error()), 1)
+        page = text_of("docs/administration.md")
+        self.assertEqual([warning for warning in warnings_on_standard_error() if "\n| " + warning not in page], [])
+
+    def test_what_backend_and_agent_say_is_explained(self):
+        page = text_of("docs/printing.md")
+        self.assertGreater(len(spool_messages()), 25)
+        self.assertEqual({message for message in spool_messages() if message not in page}, set())
 
     def test_every_document_is_reachable_from_the_readme(self):
         reached, waiting = set(), ["README.md"]
