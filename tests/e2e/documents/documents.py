@@ -29,10 +29,10 @@ def prose(text):
 
 
 def anchors(text):
-    """The names under which the headings can be linked to."""
+    """The names under which the headings can be linked to, in their order."""
     headings = re.findall(r"^#+ (.*)$", prose(text), re.M)
     plain = [re.sub(r"[^\w\- ]", "", heading.lower()) for heading in headings]
-    return {heading.replace(" ", "-") for heading in plain}
+    return [heading.replace(" ", "-") for heading in plain]
 
 
 def links(text):

@@ -61,11 +61,21 @@ class Documents(unittest.TestCase):
                 checked += 1
         self.assertGreater(checked, 20)
 
+    def test_a_page_has_no_two_headings_of_one_name(self):
+        for name in names():
+            self.assertEqual(len(set(anchors(text_of(name)))), len(anchors(text_of(name))), name)
+
     def test_tests_that_are_named_exist(self):
         there = {os.path.basename(path) for path in glob.glob(os.path.join(ROOT, "tests/**/*_test.*"), recursive=True)}
         named = {(name, test) for name in names() for test in re.findall(r"`(?:[\w/]+/)?(\w+_test\.\w+)`", text_of(name))}
         self.assertGreater(len(named), 15)
         self.assertEqual({(name, test) for name, test in named if test not in there}, set())
+
+    def test_commands_of_the_checkout_that_are_named_exist(self):
+        named = {command for name in names() for command in re.findall(r"\b((?:tools|bench)/[a-z][\w-]*)(?![\w/.])",
+                                                                      text_of(name))}
+        self.assertGreater(len(named), 10)
+        self.assertEqual({command for command in named if not os.path.exists(os.path.join(ROOT, command))}, set())
 
     def test_every_message_is_explained_or_said_to_be_never_shown(self):
         page = text_of("docs/administration.md")
