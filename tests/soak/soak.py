@@ -5,7 +5,6 @@ document must arrive as it is, once, or its user must be told why it did not; an
     soak.py [--prints N] [--users N] [--fault-every N]        in the environment VAREK_BUILD_DIR"""
 
 import argparse
-import collections
 import os
 import random
 import sys
@@ -19,15 +18,15 @@ from installed_system import DATA, arrived, path_on_server  # noqa: E402
 from private_machine import USERS, run_inside, wait_until  # noqa: E402
 from soak_faults import FAULTS  # noqa: E402
 from soak_machine import SoakMachine  # noqa: E402
-from soak_measures import HEAD, row, take_sample  # noqa: E402
-from spool_view import print_as, queue_is_open  # noqa: E402
+from soak_measures import row, take_sample  # noqa: E402
+from soak_outcomes import Outcome, check_growth, check_outcomes, last_message, report  # noqa: E402
+from spool_view import print_as  # noqa: E402
 from unique_document import says_its_title, unique_pdf  # noqa: E402
 
 SERVER_SESSIONS = DATA + "/sessions"
 FIRST_USER_NUMBER = 5101
 ROUND = 100
-PATIENCE_SECONDS = 300
-Outcome = collections.namedtuple("Outcome", "title fault kind message")
+PATIENCE_SECONDS = 200
 
 
 def arguments():
@@ -39,13 +38,6 @@ def arguments():
     return parser.parse_args()
 
 
-def last_message(log):
-    """What a log says at last of a failure."""
-    lines = [line.strip() for line in log.splitlines()]
-    telling = [line for line in lines if line.startswith(("Varek error", "Bad ", "Error", "User canceled"))]
-    return telling[-1] if telling else ""
-
-
 class Soak:
     def __init__(self, options):
         self.options = options
@@ -53,7 +45,9 @@ class Soak:
         self.outcomes = []
         self.violations = []
         self.pages = {}
+        self.has_given_up = threading.Event()  # a print does not go on: nothing further is printed
         self._lock = threading.Lock()
+        self._one_fault = threading.Lock()  # what another fault may do to its document is not what a fault expects
 
     def complain(self, text):
         with self._lock:
@@ -76,8 +70,12 @@ class Soak:
 
     def wait_until_settled(self, user, titles):
         """Until every title's program was started and nothing waits in the spool."""
-        wait_until(lambda: all(user.sent(title, "sha256") for title in titles) and not user.waits(),
-                   "the documents of %s are dealt with: %s" % (user.name, ", ".join(titles)), PATIENCE_SECONDS)
+        try:
+            wait_until(lambda: all(user.sent(title, "sha256") for title in titles) and not user.waits(),
+                       "the documents of %s are dealt with" % user.name, PATIENCE_SECONDS)
+        except AssertionError as late:
+            raise AssertionError("\n".join([str(late), *(self.machine.where_it_stands(user, title) for title in titles)])) \
+                from None
 
     def judge(self, user, title, fault, allowed):
         """Notes what became of a document, and complains when that is none of the allowed outcomes."""
@@ -104,10 +102,10 @@ class Soak:
             self.outcomes.append(Outcome(title, fault, kind, last_message(log)))
 
     def carry_out(self, user, numbers):
-        """A user's prints of one round: some at once, and each that has a fault alone."""
+        """A user's prints of one round: some at once, and each that has a fault alone, with no other fault beside it."""
         chance = random.Random(numbers[0] if numbers else 0)
         user.failed = []
-        while numbers:
+        while numbers and not self.has_given_up.is_set():
             fault = self.fault_of(numbers[0])
             count = 1 if fault else chance.randint(1, 4)
             burst = [numbers.pop(0)]
@@ -125,8 +123,11 @@ class Soak:
         # A fault may hurt those who print at the same time: they are told, too.
         allowed = ["arrives", "box", "arrives and box"]
         if fault:
-            print("fault:", fault.__name__, "for", titles[0], flush=True)
-            allowed = fault(self, user, titles[0])
+            with self._one_fault:
+                if self.has_given_up.is_set():
+                    return
+                print("fault:", fault.__name__, "for", titles[0], flush=True)
+                allowed = fault(self, user, titles[0])
         else:
             for title in titles:
                 self.print_document(user, title)
@@ -150,6 +151,7 @@ class Soak:
         try:
             self.carry_out(user, numbers)
         except Exception:  # a thread's failure must not go by unnoticed
+            self.has_given_up.set()
             self.complain("%s cannot go on: %s" % (user.name, traceback.format_exc()))
 
     def become_quiet(self):
@@ -164,53 +166,35 @@ class Soak:
         return take_sample()
 
 
-def check_growth(soak, first, last):
-    """After the first round every program has what it needs: from there on nothing may grow with the prints."""
-    for name, spare in (("cupsd", 4096), ("vrserver", 12288), ("varek-agent", 2048)):
-        if last.rss[name] > first.rss[name] * 1.2 + spare:
-            soak.complain("%s grew from %d to %d KiB" % (name, first.rss[name], last.rss[name]))
-        if last.descriptors[name] > first.descriptors[name] + 2:
-            soak.complain("%s has %d descriptors after %d" % (name, last.descriptors[name], first.descriptors[name]))
-    if last.processes > first.processes or last.zombies:
-        soak.complain("%d processes after %d, %d zombies" % (last.processes, first.processes, last.zombies))
-    left = sorted(last.files - first.files)
-    if left:
-        soak.complain("files that stay: %s" % " ".join(left[:20]))
-
-
-def report(soak, rows, seconds):
-    kinds = collections.Counter((outcome.fault, outcome.kind, outcome.message) for outcome in soak.outcomes)
-    count = collections.Counter(outcome.kind for outcome in soak.outcomes)
-    print("\n| Fault | Outcome | Documents | The log's last word |\n|---|---|---|---|")
-    for (fault, kind, message), number in sorted(kinds.items()):
-        print("| %s | %s | %d | %s |" % (fault.replace("_", " "), kind, number, message[:110].replace("|", "/")))
-    print("\n" + HEAD + "\n" + "\n".join(rows))
-    intact = sum(number for kind, number in count.items() if kind.startswith("arrives"))
-    print("\nprints %d, users %d: intact %d, failed with a message %d, doubled %d, damaged %d, lost %d, violations %d, %d s" % (
-        len(soak.outcomes), len(soak.machine.users), intact, count["box"] + count["kept"] + count["cancelled"],
-        count["doubled"], count["damaged"], count["lost"], len(soak.violations), seconds))
+def print_rounds(soak, rows, started):
+    """Prints all documents; the machine is looked at after each round."""
+    prints = soak.options.prints
+    rows.append(row("start", soak.become_quiet()))
+    size = min(ROUND, prints // 2)
+    samples = []
+    for begin in range(0, prints, size):
+        end = min(begin + size, prints)
+        soak.run_round(list(range(begin, end)))
+        if soak.has_given_up.is_set():
+            return
+        samples.append(soak.become_quiet())
+        rows.append(row("after %d" % end, samples[-1]))
+        print("%d prints, %d s" % (len(soak.outcomes), time.monotonic() - started), flush=True)
+    check_growth(soak, samples[0], samples[-1])
 
 
 def main():
     options = arguments()
     started = time.monotonic()
     soak = Soak(options)
-    rows = [row("start", soak.become_quiet())]
-    size = min(ROUND, options.prints // 2)
-    samples = []
-    for begin in range(0, options.prints, size):
-        soak.run_round(list(range(begin, min(begin + size, options.prints))))
-        samples.append(soak.become_quiet())
-        rows.append(row("after %d" % min(begin + size, options.prints), samples[-1]))
-        print("%d prints, %d s" % (len(soak.outcomes), time.monotonic() - started), flush=True)
-    check_growth(soak, samples[0], samples[-1])
-    if not queue_is_open():
-        soak.complain("the queue is stopped")
-    if len(soak.outcomes) != options.prints:
-        soak.complain("%d outcomes of %d prints" % (len(soak.outcomes), options.prints))
-    if len(arrived()) != sum(outcome.kind.startswith("arrives") for outcome in soak.outcomes):
-        soak.complain("%d documents on the server" % len(arrived()))
-    soak.machine.end()
+    rows = []
+    try:
+        print_rounds(soak, rows, started)
+        if not soak.has_given_up.is_set():
+            soak.machine.end()
+    except AssertionError as late:
+        soak.complain(str(late))
+    check_outcomes(soak)
     report(soak, rows, time.monotonic() - started)
     return 1 if soak.violations else 0
 

@@ -15,6 +15,9 @@ from window_hands import WindowHands, title_of
 
 USERS_PER_DISPLAY = 10
 CUPSD_SETTINGS = "LogLevel info\nPreserveJobHistory No\nPreserveJobFiles No\nMaxClients 200\n"
+# The machine's directory, which the program asks when the user's own does not answer: it answers nobody, so that a print
+# that is hurt ends with a box and not in a directory whose windows nobody expects.
+NOBODY = "127.0.0.1:9;directory:nobody"
 # A session of a document that waits for its user is to end while the soak can see it.
 SESSION_SECONDS = 15
 # What the agent starts: notes what it is given, and becomes the program with a log.
@@ -99,7 +102,7 @@ class SoakMachine:
         installed_system.open_portal_without_tls(self.server)
         self._async_parameters = installed_system.offer_one_mode_each(self.server)["async"]
         installed_system.configure_server(self.server, "[Limits]\nSessionIdleSeconds=%d" % SESSION_SECONDS)
-        installed_system.install_queue()
+        installed_system.install_queue(NOBODY)
         self.left_alone = set()
         self.lock = threading.RLock()
         displays = [start_display(number + 1) for number in range(-(-len(USERS) // USERS_PER_DISPLAY))]
@@ -120,6 +123,12 @@ class SoakMachine:
 
     def boxes(self, title):
         return sum(hands.boxes.get(title, 0) for hands in self._hands)
+
+    def where_it_stands(self, user, title):
+        """What there is to be seen of a print that does not go on."""
+        log = user.sent(title, "log").split("\n")
+        return "%s: program %s, windows %s, spool %s, queue %r, log ends %s" % (
+            title, user.program(title), self.hands_of(user).shown_for(title), user.waits(), run("lpstat", "-o"), log[-4:])
 
     def relayed_directory(self, name, kind, after_bytes):
         """A directory whose upload server is reached through a relay with a fault; its name and the relay."""

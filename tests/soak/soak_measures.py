@@ -5,6 +5,8 @@ import collections
 import os
 import re
 
+from private_machine import build_dir, source_dir
+
 PROGRAMS = ("cupsd", "vrserver", "varek-agent")
 # The soak itself and its hands come and go at any moment.
 NOT_COUNTED = ("python3", "xdotool")
@@ -32,7 +34,9 @@ def _processes():
 def _files():
     found = set()
     for top in FOLDERS:
-        for folder, _, names in os.walk(top):
+        for folder, subfolders, names in os.walk(top):
+            # Where the checkout lies in one of them, a build may go on there.
+            subfolders[:] = [name for name in subfolders if os.path.join(folder, name) not in (source_dir(), build_dir())]
             found.update(os.path.join(folder, name) for name in names)
     return {name for name in found if not NO_TRACES.match(name)}
 

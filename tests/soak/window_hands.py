@@ -7,6 +7,7 @@ import threading
 
 BOX = "Varek Printer"
 CREDENTIALS = "Varek print - identifier"
+XDOTOOL_SECONDS = 60
 
 
 def arguments_of(process):
@@ -58,6 +59,10 @@ class WindowHands(threading.Thread):
         found = self._xdotool("search", "--onlyvisible", "--name", "^%s$" % name).split()
         return [(window, title_of(self._xdotool("getwindowpid", window).strip())) for window in found]
 
+    def shown_for(self, title):
+        """The names of the visible windows of the program that sends this document."""
+        return [self._xdotool("getwindowname", window).strip() for window, whose in self.windows(".*") if whose == title]
+
     def key(self, window, name):
         # The key is let go whatever happens: a window that closes at once would leave it down, and it would repeat.
         self._xdotool("keydown", "--window", window, name)
@@ -70,5 +75,5 @@ class WindowHands(threading.Thread):
 
     def _xdotool(self, *words):
         done = subprocess.run(["xdotool", *words], env=self._environment, stdout=subprocess.PIPE,
-                              stderr=subprocess.DEVNULL, check=False)
+                              stderr=subprocess.DEVNULL, check=False, timeout=XDOTOOL_SECONDS)
         return done.stdout.decode()

@@ -86,8 +86,8 @@ def offer_one_mode_each(server, adapt=lambda parameters: parameters):
     return given
 
 
-def install_queue():
-    edit(CONFIGURATION, "^Sdir1=.*$", 'Sdir1="%s"' % DIRECTORY)
+def install_queue(directory=DIRECTORY):
+    edit(CONFIGURATION, "^Sdir1=.*$", 'Sdir1="%s"' % directory)
     run_program("-m", "install", "-s", "-c", CONFIGURATION, "-d", "/usr/lib/varek/bin")
 
 

@@ -179,7 +179,8 @@ def run_inside(body):
         sys.exit("this needs root and the packages: " + (" ".join(missing) or "all there"))
     scratch = tempfile.mkdtemp(prefix="varek-machine-")
     try:
-        done = subprocess.run(["unshare", "--mount", "--pid", "--net", "--uts", "--ipc", "--fork", "--kill-child",
+        # Where this process is killed, as by a time limit, the machine goes with it.
+        done = subprocess.run(["setpriv", "--pdeathsig", "KILL", "unshare", "--mount", "--pid", "--net", "--uts", "--ipc", "--fork", "--kill-child",
                                sys.executable, *sys.argv],
                               env={**os.environ, _INSIDE: scratch, "LC_ALL": "C.UTF-8"}, check=False)
     finally:
