@@ -48,6 +48,9 @@ varek_install(print /usr/share/man/man8 ${PROJECT_BINARY_DIR}/packaging/varek-ba
 varek_install(print /usr/share/doc/varek-print ${varek_packaging}/debian/copyright
   ${PROJECT_BINARY_DIR}/packaging/changelog.gz)
 
+install(FILES ${varek_packaging}/debian/varek-print.lintian-overrides DESTINATION /usr/share/lintian/overrides
+  RENAME varek-print COMPONENT print)
+
 # The program knows one path of the backends on both systems; on Debian they are elsewhere. The path unit is enabled for
 # everybody by a link. Links are relative, as Debian wants them.
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/packaging/links)
@@ -83,7 +86,10 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PRINT_PACKAGE_NAME varek-print)
 set(CPACK_DEBIAN_PRINT_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PRINT_PACKAGE_DEPENDS "cups-daemon, cups-client, cups-filters")
-set(CPACK_DEBIAN_PRINT_PACKAGE_RECOMMENDS "libnotify-bin, xdg-utils")
+# The toolkit's translations name the buttons of the message boxes.
+set(varek_toolkit_translations_5 qttranslations5-l10n)
+set(varek_toolkit_translations_6 qt6-translations-l10n)
+set(CPACK_DEBIAN_PRINT_PACKAGE_RECOMMENDS "libnotify-bin, xdg-utils, ${varek_toolkit_translations_${VAREK_QT}}")
 set(CPACK_COMPONENT_PRINT_DESCRIPTION "Varek Print adds a printer queue. A document printed to it goes to a print
 server, whose portal opens in the browser: copies, paper, colour, duplex and
 stapling are chosen there.
@@ -99,3 +105,9 @@ set(CPACK_DEBIAN_SERVER_PACKAGE_SECTION net)
 set(CPACK_COMPONENT_SERVER_DESCRIPTION "This package holds the reference application server: the directory, upload and
 portal services for one machine, to which the clients of the package
 varek-print connect.")
+
+set(varek_packaged vrp varek-backend varek-agent varek_documents)
+if(TARGET vrserver)
+  list(APPEND varek_packaged vrserver)
+endif()
+add_custom_target(packages COMMAND ${CMAKE_CPACK_COMMAND} -G DEB DEPENDS ${varek_packaged} VERBATIM)
