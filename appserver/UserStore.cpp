@@ -71,17 +71,26 @@ std::vector<std::string> UserStore::names()
     return names;
 }
 
-UserStore::Check UserStore::check(std::string_view name, std::string_view password)
+UserStore::Check UserStore::check(const std::string &name, std::string_view password)
 {
-    std::string hash;
-    {
-        Statement statement(m_database, "SELECT password_hash FROM users WHERE name = ?");
-        if (!statement.bind(1, name).step()) {
-            return Check::unknownUser;
-        }
-        hash = statement.text(0);
+    const std::optional<std::string> hash = storedHash(name);
+    if (!hash) {
+        return Check::unknownUser;
     }
-    return verifyPassword(hash, password) ? Check::good : Check::wrongPassword;
+    if (m_known.knows(name, *hash, password)) {
+        return Check::good;
+    }
+    if (!m_verify(*hash, password)) {
+        return Check::wrongPassword;
+    }
+    m_known.remember(name, *hash, password);
+    return Check::good;
+}
+
+std::optional<std::string> UserStore::storedHash(std::string_view name)
+{
+    Statement statement(m_database, "SELECT password_hash FROM users WHERE name = ?");
+    return statement.bind(1, name).step() ? std::optional(statement.text(0)) : std::nullopt;
 }
 
 } // namespace appserver

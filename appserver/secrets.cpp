@@ -76,11 +76,17 @@ LookupKey lookupKey(std::string_view secret)
         randombytes_buf(key.data(), key.size());
         return key;
     }();
-    const std::vector<unsigned char> bytes(secret.begin(), secret.end());
+    std::vector<unsigned char> bytes(secret.begin(), secret.end());
     LookupKey digest;
     crypto_generichash(digest.data(), digest.size(), bytes.data(), bytes.size(), processKey.data(),
                        processKey.size());
+    sodium_memzero(bytes.data(), bytes.size());
     return digest;
+}
+
+bool equalKeys(const LookupKey &left, const LookupKey &right)
+{
+    return sodium_memcmp(left.data(), right.data(), left.size()) == 0;
 }
 
 std::string hashPassword(std::string_view password)

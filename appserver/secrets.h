@@ -25,6 +25,8 @@ void initialiseSecrets();
 /// random and lives as long as the process.
 using LookupKey = std::array<std::uint8_t, 32>;
 [[nodiscard]] LookupKey lookupKey(std::string_view secret);
+/// In a time that does not depend on the contents.
+[[nodiscard]] bool equalKeys(const LookupKey &left, const LookupKey &right);
 
 /// Argon2id. Hashing and checking are slow and use memory on purpose, so only a few run at a time.
 [[nodiscard]] std::string hashPassword(std::string_view password);
