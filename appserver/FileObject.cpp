@@ -102,8 +102,9 @@ void FileObject::moveTo(const std::filesystem::path &target)
     if (!m_file) {
         spill();
     }
-    syncFile(m_file.get());
     std::filesystem::rename(m_path, target);
+    m_path = target;
+    syncFile(m_file.get()); // after the renaming: most file systems write both at once
     m_path.clear();
     m_file.reset();
     m_size = 0;
