@@ -4,11 +4,15 @@
 #include "vrc/failure.h"
 
 #include <curl/curl.h>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fstream>
-#include <iterator>
+#include <memory>
 #include <optional>
+#include <sstream>
+#include <string_view>
 #include <sys/stat.h>
+#include <utility>
 
 namespace vrc {
 namespace {
@@ -26,36 +30,81 @@ std::string ownFolder()
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
+// Nothing of a file that cannot be read or is empty.
 std::optional<std::string> contentsOf(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        return std::nullopt;
-    }
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    std::ostringstream contents;
+    contents << file.rdbuf(); // fails, and throws nothing, also where the path is that of a folder
+    return contents ? std::optional(contents.str()) : std::nullopt;
 }
 
-std::string systemBundle()
+// A name as c0ff1f52.0: eight hexadecimal digits and a number.
+bool isHashName(std::string_view name)
+{
+    constexpr std::size_t digits = 8;
+    return name.size() > digits + 1 && name[digits] == '.' &&
+           name.find_first_not_of("0123456789abcdef") == digits &&
+           name.find_first_not_of("0123456789", digits + 1) == std::string_view::npos;
+}
+
+std::string textOf(const char *text)
+{
+    return text == nullptr ? std::string() : std::string(text);
+}
+
+SystemAuthorities systemAuthorities()
 {
     const curl_version_info_data *version = curl_version_info(CURLVERSION_NOW);
-    const bool isKnown = version->age >= CURLVERSION_SEVENTH && version->cainfo != nullptr;
-    return isKnown ? contentsOf(version->cainfo).value_or("") : "";
+    if (version->age < CURLVERSION_SEVENTH) {
+        return {};
+    }
+    return {textOf(version->capath), textOf(version->cainfo)};
 }
 
-} // namespace
-
-std::string installedTrust()
+// As `openssl rehash` names what stands in a folder.
+bool isHashedFolder(const std::string &path)
 {
-    const std::string path = ownFolder() + "/vrc-ca.pem";
+    const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(path.c_str()), closedir);
+    while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
+        if (isHashName(entry->d_name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Empty where an installation ships none.
+std::string ownAuthorities(const std::string &path)
+{
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) {
         return {};
     }
-    const std::optional<std::string> own = contentsOf(path);
-    if (!own || own->empty()) {
+    std::optional<std::string> own = contentsOf(path);
+    if (!own) {
         fail(wire::errors::Certificate, "the certificate authority " + path + " cannot be read");
     }
-    return systemBundle() + "\n" + *own;
+    return std::move(*own);
+}
+
+} // namespace
+
+TrustStore trustStore(const SystemAuthorities &system, const std::string &ownPath)
+{
+    std::string own = ownAuthorities(ownPath);
+    if (isHashedFolder(system.folder)) {
+        return {system.folder, std::move(own)};
+    }
+    if (own.empty()) {
+        return {};
+    }
+    return {{}, contentsOf(system.bundle).value_or("") + "\n" + own};
+}
+
+TrustStore installedTrust()
+{
+    return trustStore(systemAuthorities(), ownFolder() + "/vrc-ca.pem");
 }
 
 } // namespace vrc

@@ -5,7 +5,6 @@
 #include "vrc/failure.h"
 #include "vrc/socket_log.h"
 #include "vrc/timeouts.h"
-#include "vrc/trust_store.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
