@@ -16,6 +16,12 @@ namespace {
 class Appearance : public DialogTest
 {
 protected:
+    Appearance()
+    {
+        setUserSetting(L"ProxyServer", L"proxy");
+        setUserSetting(L"ProxyPort", L"65535");
+    }
+
     ~Appearance() override
     {
         QApplication::setFont(m_font);

@@ -64,8 +64,20 @@ std::vector<std::string> DialogTest::tabOrder(QDialog &dialog)
     return names;
 }
 
+/// A field whose text is cut has its end beyond the right edge when it is shown from its beginning.
+void DialogTest::expectFieldsWhole(const QDialog &dialog)
+{
+    for (QLineEdit *edit : dialog.findChildren<QLineEdit *>()) {
+        edit->home(false);
+        EXPECT_EQ(edit->cursorPositionAt(QPoint(edit->width() - 1, edit->height() / 2)), edit->text().size())
+            << edit->objectName().toStdString();
+        EXPECT_GE(edit->height(), edit->minimumSizeHint().height()) << edit->objectName().toStdString();
+    }
+}
+
 void DialogTest::expectNothingCut(const QDialog &dialog)
 {
+    expectFieldsWhole(dialog);
     const QRect inside = dialog.rect();
     for (const QWidget *widget : dialog.findChildren<QWidget *>()) {
         const auto *label = qobject_cast<const QLabel *>(widget);

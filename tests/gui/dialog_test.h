@@ -65,6 +65,10 @@ protected:
     /// The names of the widgets that Tab visits, in order, from the focused one on.
     static std::vector<std::string> tabOrder(QDialog &dialog);
 
-    /// Nothing is cut: every label, button and box has the room that its text needs.
+    /// Nothing is cut: every label, button and box has the room that its text needs, every field shows its
+    /// own.
     static void expectNothingCut(const QDialog &dialog);
+
+private:
+    static void expectFieldsWhole(const QDialog &dialog);
 };

@@ -32,11 +32,10 @@ bool versionCheckEnabled()
     return isYes(VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true));
 }
 
-/// Caps the width of a small widget, at more than `width` where its text needs it.
-void capWidth(QWidget *widget, int width)
+/// A width at which a line edit shows a text whole: frame and margins take less than the field is high.
+int widthForText(const QLineEdit &edit, const QString &text)
 {
-    widget->ensurePolished();
-    widget->setMaximumWidth(std::max(width, widget->minimumSizeHint().width()));
+    return edit.fontMetrics().horizontalAdvance(text) + edit.sizeHint().height();
 }
 
 } // namespace
@@ -73,8 +72,10 @@ void ConfigDialog::addProxyPort(const QString &port)
     m_proxyPort->setObjectName(QStringLiteral("proxyPortEdit"));
     QLabel *label = newLabel(resourceText(resource::dlgConfigProxyPortText), "proxyPortLabel");
     label->setBuddy(m_proxyPort);
-    capWidth(label, 40);
-    capWidth(m_proxyPort, 80);
+    label->ensurePolished();
+    label->setMaximumWidth(std::max(40, label->minimumSizeHint().width()));
+    m_proxyPort->ensurePolished();
+    m_proxyPort->setMaximumWidth(std::max(80, widthForText(*m_proxyPort, QStringLiteral("65535"))));
 
     auto *row = new QHBoxLayout;
     row->addWidget(label);
