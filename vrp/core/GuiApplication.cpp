@@ -2,6 +2,7 @@
 #include "vrp/core/GuiApplication.h"
 
 #include "vrp/core/VrpMain.h"
+#include "vrp/core/printer_title.h"
 
 #include <QApplication>
 #include <QFile>
@@ -101,6 +102,7 @@ GuiApplication::GuiApplication(LastWindow lastWindow, Windows windows)
         m_application = std::make_unique<QApplication>(m_argumentCount, m_arguments);
     }
     QApplication::setQuitOnLastWindowClosed(lastWindow == LastWindow::endsLoop);
+    nameProgram();
     useSystemLanguage();
     setProgramIcon();
 }

@@ -2,6 +2,7 @@
 #include "vrp/core/resource_strings.h"
 
 #include "vrp/core/VrpMain.h"
+#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
@@ -59,7 +60,7 @@ std::wstring VrpsLoadConfigString(const wchar_t *id)
 void VrpsLoadResources()
 {
     VrpMain &main = *VrpsGetMain();
-    load(main.printerTitle, resource::printerTitle);
+    setPrinterTitle(VrpsLoadConfigString(resource::printerTitle));
     load(main.monitorName, resource::printerMonitor);
     load(main.monitorDll, resource::setupMonitorDll);
     load(main.monitorSrcDll, resource::setupMonitorSrcDll);

@@ -2,6 +2,7 @@
 #include "vrp/core/GuiApplication.h"
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/command_line.h"
+#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/install.h"
@@ -32,9 +33,9 @@ void showError(const wchar_t *id)
     }
 }
 
-void loadPrinterTitle(VrpMain &main)
+void loadPrinterTitle()
 {
-    copyBounded(main.printerTitle, VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
+    setPrinterTitle(VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
 }
 
 /// Loads the settings of the printer named by "-p"; false when that was not possible, and the user told.
@@ -50,7 +51,7 @@ bool loadNamedPrinter(VrpMain &main)
         showError(resource::errorsPrinterNotInstalled);
         return false;
     }
-    loadPrinterTitle(main);
+    loadPrinterTitle();
     VrpsLoadResources();
     // The resources know one printer's name; this run is about the one that was named.
     copyBounded(main.printerName, printer);
@@ -135,7 +136,7 @@ int VrpMain::InitSend()
         log.WriteLn(L"Error: Printer not installed");
         return 1;
     }
-    loadPrinterTitle(*this);
+    loadPrinterTitle();
     return 0;
 }
 

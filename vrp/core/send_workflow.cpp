@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpMain.h"
+#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/files.h"
 #include "vrp/platform/keyword.h"
@@ -200,7 +201,7 @@ int VrpMain::DoSend()
     if (!VrpsGetCompanyFromRegistry(sendArguments.printerName)) {
         return refuse(resource::errorsPrinterNotInstalled, L"Error: Printer not installed");
     }
-    copyBounded(printerTitle, VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
+    setPrinterTitle(VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
     const Document document = chooseDocument(sendArguments.file);
     if (document.file.empty()) {
         return refuse(resource::errorsNoFileName, L"Error: No file name");

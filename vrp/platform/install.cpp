@@ -3,6 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/command_line.h"
+#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/files.h"
@@ -122,7 +123,7 @@ bool addPrinterWithAnyDriver(const VrpMain &main)
 void loadInstalledPrinter(VrpMain &main, const std::wstring &printer)
 {
     copyBounded(main.printerName, printer);
-    copyBounded(main.printerTitle, VrpsGetCompanyRegistryKey(L"Printer", L"Title", L"", false));
+    setPrinterTitle(VrpsGetCompanyRegistryKey(L"Printer", L"Title", L"", false));
     VrpsLoadResources();
     copyBounded(main.printerName, printer);
 }

@@ -2,8 +2,10 @@
 #include "vrp/core/GuiApplication.h"
 
 #include "tests/gui/modes/ModesTest.h"
+#include "vrp/core/printer_title.h"
 #include "vrp/ui/message_boxes.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QIcon>
 #include <QLocale>
@@ -58,6 +60,17 @@ TEST_F(GuiApplicationTest, the_last_window_ends_the_loop_only_where_that_is_want
     }
     const GuiApplication application(LastWindow::isIgnored);
     EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
+}
+
+TEST_F(GuiApplicationTest, screen_readers_call_the_program_by_the_title_of_its_printer)
+{
+    const GuiApplication application(LastWindow::isIgnored);
+    const QAccessibleInterface *program = QAccessible::queryAccessibleInterface(QCoreApplication::instance());
+    EXPECT_EQ(program->text(QAccessible::Name), QStringLiteral("Varek Printer")) << "not known yet";
+    setPrinterTitle(L"Imprimante du bureau");
+    EXPECT_EQ(program->text(QAccessible::Name), QStringLiteral("Imprimante du bureau"));
+    setPrinterTitle(L"");
+    EXPECT_EQ(program->text(QAccessible::Name), QStringLiteral("Varek Printer"));
 }
 
 TEST_F(GuiApplicationTest, an_icon_beside_the_program_becomes_that_of_its_windows)
