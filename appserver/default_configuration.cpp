@@ -85,10 +85,16 @@ Password=
 Login=yes
 
 ; A directory: Directory= lines name the servers that a client may ask in future (server:port;application:directory),
-; Topic= lines its help topics (name=address). {address}, {port} and {portal} stand for this server.
+; Topic= lines its help topics (name=address): Main is the printer's help, the others are opened by the Help button of
+; the window of that name. {address}, {port} and {portal} stand for this server.
 [Directory demo]
 Directory={address}:{port};directory:demo
-Topic=Printing with Varek={portal}/help
+Topic=Main={portal}/help
+Topic=DlgIdent={portal}/help#identifier
+Topic=DlgProxy={portal}/help#proxy
+Topic=DlgPrintMode={portal}/help#mode
+Topic=DlgService={portal}/help#service
+Topic=DlgConfig={portal}/help#settings
 
 ; The parameters that the directory hands out. Every line is passed on as it stands.
 [Parameters demo]

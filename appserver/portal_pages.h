@@ -21,6 +21,8 @@ namespace appserver {
 /// A page of a heading and a few sentences (already HTML).
 [[nodiscard]] std::string messagePage(const PortalSettings &settings, std::string_view heading,
                                       std::string_view sentences);
+/// What the Help buttons of the program open; a section for each window.
+[[nodiscard]] std::string helpPage(const PortalSettings &settings);
 
 [[nodiscard]] std::string_view portalStyleSheet();
 [[nodiscard]] std::string_view portalMark(); ///< SVG

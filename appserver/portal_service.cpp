@@ -217,17 +217,6 @@ private:
     AppServices &m_services;
 };
 
-constexpr const char *helpText =
-    "<ol>\n<li>Print to the Varek queue from any program.</li>\n"
-    "<li>Enter your user name and password, and choose how to print.</li>\n"
-    "<li>In <em>standard</em> mode this portal opens: choose copies, paper, colour, sides and stapling, and "
-    "press "
-    "<strong>Print</strong>. In <em>asynchronous</em> mode you do that later, under "
-    "<a href=\"/documents\">your documents</a>; in <em>tunnel</em> mode the document goes straight to the "
-    "service you chose.</li>\n</ol>\n"
-    "<p>The address of the portal page works once. A document that you have not confirmed waits under "
-    "<a href=\"/documents\">your documents</a>.</p>\n";
-
 void addStatic(HttpSite &site, const char *path, std::string_view contents, const char *type)
 {
     site.Get(path, [contents, type](const httplib::Request &, httplib::Response &response) {
@@ -263,8 +252,7 @@ void addPortalService(HttpSite &site, AppServices &services)
                   const httplib::ContentReader &reader) { service->confirm(request, response, reader); });
     addPortalDocuments(site, services);
     const auto help = [&services](const httplib::Request &, httplib::Response &response) {
-        setPage(response, 200,
-                messagePage(services.configuration()->portal, "Printing with Varek", helpText));
+        setPage(response, 200, helpPage(services.configuration()->portal));
     };
     site.Get("/help", help);
     site.Get("/", help);

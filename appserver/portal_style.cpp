@@ -31,6 +31,7 @@ main { max-width: 80rem; margin: 0 auto; padding: 1.5rem; }
 .message { max-width: 36rem; margin: 8vh auto 0; }
 h1, h2 { margin: 0 0 .25rem; font-size: 1.25rem; line-height: 1.3; overflow-wrap: anywhere; }
 h2 { margin-bottom: 1rem; }
+.message h2 { margin: 1.5rem 0 .25rem; font-size: 1.0625rem; }
 .head { display: flex; justify-content: space-between; align-items: flex-start; gap: 1rem; margin-bottom: 1rem; }
 .facts { margin: 0; color: var(--soft); font-size: .875rem; }
 .open { color: var(--accent); font-size: .9375rem; white-space: nowrap; padding: .125rem 0; }

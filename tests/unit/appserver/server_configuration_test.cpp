@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/DataFolder.h"
 #include "appserver/default_configuration.h"
+#include "appserver/portal_pages.h"
 #include "appserver/server_log.h"
 #include "appserver/server_options.h"
 #include "tests/unit/appserver/AppServerTest.h"
@@ -12,6 +13,7 @@ namespace appserver {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -118,6 +120,25 @@ TEST_F(Directory, hands_out_parameters_directories_and_topics_with_its_own_addre
     EXPECT_THAT(answer.data, HasSubstr("https://print.example:4712/portal?client=vrp"));
     EXPECT_THAT(answer.data, HasSubstr("=https://print.example:4712/help"));
     EXPECT_THAT(answer.data, ::testing::Not(HasSubstr("{")));
+}
+
+TEST(HelpTopics, of_a_new_server_are_sections_of_its_help_page_one_for_each_help_button)
+{
+    const ServerConfiguration configuration = ServerConfiguration::parse(defaultConfiguration({}));
+    const std::string page = helpPage(configuration.portal);
+    std::vector<std::string> names;
+    for (const std::string &topic : configuration.directories.at("demo").topics) {
+        const std::size_t equals = topic.find('=');
+        names.push_back(topic.substr(0, equals));
+        const std::string address = topic.substr(equals + 1);
+        EXPECT_THAT(address, StartsWith("{portal}/help"));
+        const std::size_t mark = address.find('#');
+        if (mark != std::string::npos) {
+            EXPECT_THAT(page, HasSubstr("<h2 id=\"" + address.substr(mark + 1) + "\">"));
+        }
+    }
+    EXPECT_THAT(names,
+                ElementsAre("Main", "DlgIdent", "DlgProxy", "DlgPrintMode", "DlgService", "DlgConfig"));
 }
 
 TEST_F(Directory, fills_in_addresses_that_are_not_configured)
