@@ -16,6 +16,7 @@
 #include <csignal>
 #include <memory>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -39,6 +40,24 @@ public:
 
 private:
     std::thread m_resume;
+};
+
+/// Counts how often a widget is painted.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(QWidget &widget) { widget.installEventFilter(this); }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        m_count += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+
+    [[nodiscard]] int take() { return std::exchange(m_count, 0); }
+
+private:
+    int m_count = 0;
 };
 
 class ProgressWindow : public GuiTest
@@ -397,6 +416,37 @@ TEST_F(ProgressWindow, is_not_shown_before_the_first_text)
     open();
     QApplication::exec();
     EXPECT_FALSE(visible);
+}
+
+TEST_F(ProgressWindow, paints_a_text_at_once_and_the_same_text_no_second_time)
+{
+    MessageWindow &window = open();
+    window.setTextMessage(L"Sending file... 7 %");
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    QCoreApplication::processEvents();
+    PaintCounter paints(label());
+    window.setTextMessage(L"Sending file... 8 %");
+    EXPECT_EQ(paints.take(), 1);
+    for (int block = 0; block < 3; ++block) {
+        window.setTextMessage(L"Sending file... 8 %");
+        RefreshMessageWindow();
+    }
+    EXPECT_EQ(paints.take(), 0);
+    label().setText(QStringLiteral("Sending file... 9 %"));
+    RefreshMessageWindow();
+    EXPECT_GE(paints.take(), 1);
+}
+
+TEST_F(ProgressWindow, shows_the_same_text_again_after_it_was_hidden)
+{
+    MessageWindow &window = open();
+    window.setTextMessage(L"Sending file...");
+    HideMessageWindow();
+    PaintCounter paints(label());
+    window.setTextMessage(L"Sending file...");
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return paints.take() > 0; }));
+    EXPECT_EQ(label().text(), QStringLiteral("Sending file..."));
 }
 
 TEST_F(ProgressWindow, is_brought_to_the_front)

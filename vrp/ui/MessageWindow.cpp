@@ -216,8 +216,11 @@ void MessageWindow::setVisible(bool visible)
 
 void MessageWindow::setTextMessage(const wchar_t *text)
 {
-    m_textLabel->setText(shownText(text));
-    fitTextLabel();
+    const QString shown = shownText(text);
+    if (!isVisible() || shown != m_textLabel->text()) {
+        m_textLabel->setText(shown);
+        fitTextLabel();
+    }
     repaintText();
     showPainted();
 }
@@ -232,7 +235,11 @@ void MessageWindow::fitTextLabel()
 
 void MessageWindow::repaintText()
 {
-    m_textLabel->repaint();
+    // Thousands of blocks share a hundred percentages: to paint one again would change nothing on the screen.
+    if (m_paintedText != m_textLabel->text()) {
+        m_paintedText = m_textLabel->text();
+        m_textLabel->repaint();
+    }
 }
 
 /// Shows the window and, when it was hidden, waits until the window system has put it on the screen, so that

@@ -39,7 +39,7 @@ public:
     /// passed.
     void setTextMessage(const wchar_t *text);
 
-    /// Repaints the text now.
+    /// Paints the text now, unless that has been done already.
     void repaintText();
 
     void setOnTop();
@@ -72,5 +72,6 @@ private:
     QPixmap m_bitmap3;
     QPixmap m_cancelPixmap;
     QPixmap m_pressedCancelPixmap;
+    QString m_paintedText;
     bool m_shownBefore = false;
 };
