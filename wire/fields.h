@@ -45,8 +45,8 @@ struct Command
 
 // Splits a line into its fields. Blanks before, between and after fields may repeat (procedure arguments are
 // appended as they were configured). No value, and a sentence in `problem`, when the line is empty, is longer
-// than a command may be, is not UTF-8, holds a key that is not upper-case letters, digits and underscores, or
-// a key twice.
+// than a command may be, is not UTF-8, holds a key that is not upper-case letters, digits and underscores, a
+// key twice, or more fields than a command may have.
 [[nodiscard]] std::optional<std::vector<Field>> parseFields(std::string_view line, std::string &problem);
 
 // parseFields, then the verb (VR_CMD, VR_PROC or VR_CLOSE_SESSION, which comes first) and the modifiers.

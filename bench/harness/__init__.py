@@ -1,2 +1,2 @@
 # SPDX-License-Identifier: MIT
-"""What bench/run and bench/link are made of."""
+"""What the programs of bench/ are made of."""

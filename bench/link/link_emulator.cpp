@@ -2,8 +2,8 @@
 //
 // Joins two network namespaces by a link with a delay, a rate and a queue for each direction: a TUN device in
 // each, and this program between them. TCP on both sides is the kernel's own, so that slow start, losses and
-// congestion control are real. `bench/link` sets the namespaces up; docs/performance.md says how exact the
-// result is.
+// congestion control are real. bench/harness/link.py sets the namespaces up; docs/performance.md says how
+// exact the result is.
 //
 //   link_emulator near=NAMESPACE far=NAMESPACE [SETTING ...]
 //
