@@ -118,6 +118,17 @@ TEST_P(Languages, are_shown_whole)
     expectEveryDialogWhole();
 }
 
+TEST_P(Languages, fit_on_a_small_screen_with_a_font_of_24_points)
+{
+    constexpr QSize room(1024, 768 - 40); // a title bar and a panel stand there too
+    setFontSize(24);
+    for (const std::unique_ptr<QDialog> &dialog : everyDialog()) {
+        dialog->show();
+        EXPECT_LE(dialog->width(), room.width()) << qPrintable(dialog->windowTitle());
+        EXPECT_LE(dialog->height(), room.height()) << qPrintable(dialog->windowTitle());
+    }
+}
+
 TEST_P(Languages, leave_every_progress_text_beside_the_cancel_button)
 {
     MessageWindow window;

@@ -66,7 +66,10 @@ QRadioButton *PrintModeDialog::addMode(QGridLayout *rows, const Mode &mode, bool
 
     QLabel *description = newLabel(resourceText(mode.descriptionId), mode.labelName);
     description->setWordWrap(true);
-    description->setMinimumSize(300, 50);
+    description->ensurePolished();
+    // With a large font lines of a few words would make the dialog higher than a screen.
+    const int thirtyCharacters = 30 * description->fontMetrics().averageCharWidth();
+    description->setMinimumSize(std::max(300, thirtyCharacters), 50);
     description->setBuddy(button);
     button->setAccessibleDescription(description->text());
 
