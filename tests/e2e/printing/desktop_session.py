@@ -74,6 +74,15 @@ class DesktopSession:
         wait_until(lambda: self.windows(title), "%s sees the window '%s'" % (self.user, title))
         self._answer("xdotool", "windowactivate", "--sync", self.windows(title)[0])
 
+    def wait_for_focus(self, title):
+        """Waits until a window has the focus without anybody's doing; gives its number."""
+        return wait_until(lambda: self._focused(title),
+                          "%s finds the focus in '%s'" % (self.user, title))
+
+    def _focused(self, title):
+        number = self._answer("xdotool", "getactivewindow").strip()
+        return number if self._answer("xdotool", "getwindowname", number).strip() == title else None
+
     def press(self, *keys):
         self._answer("xdotool", "key", *keys)
 

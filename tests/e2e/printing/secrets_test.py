@@ -2,7 +2,6 @@
 """Passwords in every mode of the program, through cupsd, agent, program, proxy and server: whatever a program writes and however
 it is started, no password shows, but in its stored form where a user keeps it."""
 
-import hashlib
 import os
 import re
 import resource
@@ -13,6 +12,7 @@ import time
 import unittest
 
 import installed_system
+from authenticating_proxy import digest_of, start_proxy
 from desktop_session import DesktopSession
 from installed_system import DATA, add_user, offer_one_mode_each, start_server, stored_form, trust_server
 from private_machine import USERS, as_user, run, run_as, run_tests, start, start_cupsd, wait_until
@@ -25,12 +25,11 @@ WRONG = "WrWrongSecret9"
 BASIC = "PbBasicSecret5"
 DIGEST = "PdDigestSecret6"
 APPLICATION = "ApApplicationSecret4"
-PROXIES = {"basic": 3128, "digest": 3129}
-REALM = "proxy"
+PROXIES = {"basic": (3128, BASIC), "digest": (3129, DIGEST)}
 SECRETS = {"password": PASSWORD, "wrong password": WRONG, "proxy password (Basic)": BASIC,
            "proxy password (Digest)": DIGEST, "application password": APPLICATION,
            "credentials of Basic": "alice:" + BASIC,
-           "digest of the proxy password": hashlib.md5(("alice:%s:%s" % (REALM, DIGEST)).encode()).hexdigest()}
+           "digest of the proxy password": digest_of("alice", DIGEST)}
 FOLDERS = ("/home", "/root/.config", "/tmp", "/var", "/etc", "/run", "/srv", "/usr/lib/varek", "/dev/shm")
 TRACES = "/traces"
 SQUID = "/squid"  # the proxy's own files, which hold its users
@@ -40,28 +39,6 @@ PROGRAM = "/usr/lib/varek/bin/vrp"
 
 def trace(name):
     return os.path.join(TRACES, name)
-
-
-def start_proxy(kind, port):
-    folder = os.path.join(SQUID, kind)
-    os.makedirs(folder)
-    users = folder + "/users"
-    if kind == "basic":
-        run("htpasswd", "-bc", users, "alice", BASIC)
-        program = "basic program /usr/lib/squid/basic_ncsa_auth " + users
-    else:
-        with open(users, "w", encoding="utf-8") as file:
-            file.write("alice:%s:%s\n" % (REALM, SECRETS["digest of the proxy password"]))
-        program = "digest program /usr/lib/squid/digest_file_auth -c " + users
-    with open(folder + "/squid.conf", "w", encoding="utf-8") as file:
-        file.write("http_port 127.0.0.1:%d\npid_filename none\ncache deny all\naccess_log none\ncache_log %s/cache.log\n"
-                   "logfile_rotate 0\ncoredump_dir %s\npinger_enable off\nvisible_hostname localhost\nauth_param %s\n"
-                   "auth_param %s realm %s\nacl known proxy_auth REQUIRED\nhttp_access allow known\nhttp_access deny all\n"
-                   % (port, folder, folder, program, kind, REALM))
-    run("chmod", "-R", "a+rwX", SQUID)
-    start("squid", "-N", "-n", "varek" + kind, "-f", folder + "/squid.conf", stderr=subprocess.DEVNULL)
-    wait_until(lambda: subprocess.run(["curl", "-s", "-o", "/dev/null", "http://127.0.0.1:%d/" % port],
-                                      check=False).returncode == 0, "squid answers: package squid")
 
 
 def with_application_password(parameters):
@@ -93,8 +70,7 @@ def processes(name):
 
 def setUpModule():
     global SESSION, STARTED
-    for program, package in (("strace", "strace"), ("squid", "squid"), ("htpasswd", "apache2-utils"), ("curl", "curl")):
-        assert shutil.which(program), "needs the package " + package
+    assert shutil.which("strace"), "needs the package strace"
     # Where core files are allowed, as on a developer's machine, the programs must forbid their own.
     resource.setrlimit(resource.RLIMIT_CORE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
     STARTED = time.time() - 1
@@ -113,8 +89,8 @@ def setUpModule():
     installed_system.install_queue()
     SESSION = DesktopSession("alice", 1, PASSWORD)
     make_pdf("/tmp/one.pdf", 1)
-    for kind, port in PROXIES.items():
-        start_proxy(kind, port)
+    for kind, (port, password) in PROXIES.items():
+        start_proxy(os.path.join(SQUID, kind), kind, port, "alice", password)
 
 
 class Secrets(unittest.TestCase):
@@ -178,7 +154,7 @@ class Secrets(unittest.TestCase):
     def test_sends_through_proxies_with_passwords(self):
         for kind, password in (("basic", BASIC), ("digest", DIGEST)):
             with self.subTest(kind=kind):
-                write_settings("async", PASSWORD, ProxyServer="127.0.0.1", ProxyPort=PROXIES[kind], ProxyUser="alice")
+                write_settings("async", PASSWORD, ProxyServer="127.0.0.1", ProxyPort=PROXIES[kind][0], ProxyUser="alice")
                 log = self.send("proxy-" + kind, answer=lambda: self.answer_proxy(password))
                 self.assertEqual(len(installed_system.arrived("file_name = ?", "proxy-" + kind)), 1, log)
                 self.assertIn("(alice;****)::", log)
