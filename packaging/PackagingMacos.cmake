@@ -1,26 +1,30 @@
 # The bundle and its installer package. The bundle's Contents has the shape that the program expects:
 #
-#   Contents/MacOS/       the installation directory: images; the program comes from an installation
+#   Contents/MacOS/       the installation directory: images; the program, which an installation copies there once more
 #   Contents/setup/       what an installation copies from: program, backend, PPD
 #   Contents/Frameworks/  the client library, and Qt by macdeployqt
 #   Contents/Helpers/     the agent
 
 set(varek_contents "/Library/Printers/Varek/Varek Print.app/Contents")
 
-file(READ ${varek_packaging}/config/varek.ini varek_ini)
-string(REPLACE "libvrc.so" "libvrc.dylib" varek_ini "${varek_ini}")
-file(WRITE ${PROJECT_BINARY_DIR}/packaging/varek.ini "${varek_ini}")
+set(varek_configurations)
+foreach(name varek.ini varek.de.ini varek.es.ini varek.fr.ini)
+  file(READ ${varek_packaging}/config/${name} text)
+  string(REPLACE "libvrc.so" "libvrc.dylib" text "${text}")
+  file(WRITE ${PROJECT_BINARY_DIR}/packaging/${name} "${text}")
+  list(APPEND varek_configurations ${PROJECT_BINARY_DIR}/packaging/${name})
+endforeach()
 configure_file(${varek_packaging}/macos/Info.plist.in ${PROJECT_BINARY_DIR}/packaging/Info.plist @ONLY)
 
 install(TARGETS vrp varek-backend RUNTIME DESTINATION "${varek_contents}/setup")
+# A bundle without its executable is none, for macdeployqt among others.
+install(TARGETS vrp RUNTIME DESTINATION "${varek_contents}/MacOS")
 install(TARGETS varek-agent RUNTIME DESTINATION "${varek_contents}/Helpers")
 install(TARGETS vrc vrc_library LIBRARY DESTINATION "${varek_contents}/Frameworks")
 install(FILES ${varek_packaging}/ppd/Varek.ppd DESTINATION "${varek_contents}/setup")
 install(FILES ${varek_images} DESTINATION "${varek_contents}/MacOS")
 install(FILES ${PROJECT_BINARY_DIR}/packaging/Info.plist DESTINATION "${varek_contents}")
-install(FILES ${PROJECT_BINARY_DIR}/packaging/varek.ini ${varek_packaging}/config/varek.de.ini
-  ${varek_packaging}/config/varek.es.ini ${varek_packaging}/config/varek.fr.ini
-  DESTINATION "${varek_contents}/Resources")
+install(FILES ${varek_configurations} DESTINATION "${varek_contents}/Resources")
 install(FILES ${varek_packaging}/config/backend.conf DESTINATION /etc/varek)
 install(FILES ${varek_packaging}/macos/org.varek.agent.plist DESTINATION /Library/LaunchAgents)
 

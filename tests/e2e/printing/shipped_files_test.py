@@ -9,9 +9,24 @@ import tempfile
 import unittest
 import xml.etree.ElementTree
 
-PACKAGING = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../../packaging")
+PACKAGING = os.path.abspath(os.path.join(os.path.dirname(__file__), "../../../packaging"))
 CHECKERS = {"cupstestppd": "cups-client", "desktop-file-validate": "desktop-file-utils", "appstreamcli": "appstream",
-            "groff": "groff-base", "sh": "dash", "systemd-analyze": "systemd", "identify": "imagemagick"}
+            "cmake": "cmake", "env": "coreutils", "groff": "groff-base", "sh": "dash", "systemd-analyze": "systemd", "identify": "imagemagick"}
+
+# Everything that the bundle is made of, with programs that do nothing.
+BUNDLE_PROJECT = """cmake_minimum_required(VERSION 3.22)
+project(Bundle VERSION 1.0.0 LANGUAGES C)
+file(WRITE ${CMAKE_BINARY_DIR}/empty.c "int main(void) { return 0; }")
+foreach(program vrp varek-backend varek-agent)
+  add_executable(${program} ${CMAKE_BINARY_DIR}/empty.c)
+endforeach()
+foreach(library vrc vrc_library)
+  add_library(${library} SHARED ${CMAKE_BINARY_DIR}/empty.c)
+endforeach()
+set(varek_packaging %s)
+set(varek_images ${varek_packaging}/images/logo.png)
+include(${varek_packaging}/PackagingMacos.cmake)
+"""
 
 
 def shipped(*path):
@@ -69,6 +84,25 @@ class ShippedFiles(unittest.TestCase):
             self.assertEqual(self.check("identify", "-format", "%wx%h", shipped("images", name)), size)
         for name in ("varek-print.svg", "cancel.svg", "cancel-pressed.svg"):
             self.assertTrue(xml.etree.ElementTree.parse(shipped("images", name)).getroot().tag.endswith("svg"))
+
+    def test_bundle_for_macos_holds_what_its_installer_and_its_agent_name(self):
+        with tempfile.TemporaryDirectory() as folder:
+            with open(os.path.join(folder, "CMakeLists.txt"), "w", encoding="utf-8") as file:
+                file.write(BUNDLE_PROJECT % PACKAGING)
+            self.check("cmake", "-S", folder, "-B", folder + "/build", "-G", "Ninja")
+            self.check("cmake", "--build", folder + "/build")
+            self.check("env", "DESTDIR=%s/root" % folder, "cmake", "--install", folder + "/build", "--prefix", "/")
+            bundle = folder + "/root/Library/Printers/Varek/Varek Print.app/Contents/"
+            with open(folder + "/root/Library/LaunchAgents/org.varek.agent.plist", "rb") as file:
+                agent = plistlib.load(file)["ProgramArguments"][0]
+            with open(bundle + "Info.plist", "rb") as file:
+                program = "MacOS/" + plistlib.load(file)["CFBundleExecutable"]
+            self.assertTrue(os.access(folder + "/root" + agent, os.X_OK))
+            for name in (program, "setup/vrp", "setup/varek-backend", "setup/Varek.ppd", "MacOS/logo.png"):
+                self.assertTrue(os.path.exists(bundle + name), name)
+            for name in ("varek.ini", "varek.de.ini", "varek.es.ini", "varek.fr.ini"):
+                with open(bundle + "Resources/" + name, encoding="utf-8") as file:
+                    self.assertIn('VarekDll="libvrc.dylib"', file.read())
 
     def test_user_units_are_valid(self):
         units = ("varek-agent.path", "varek-agent.service")
