@@ -71,12 +71,13 @@ def number(value):
 
 
 def print_table(rows, out):
+    """One table, in which a line names each section: what was measured, and the peer."""
     section = None
+    print("\n| Measurement | Ours | Spread | Peer | Ratio | Goal | |\n|---|---|---|---|---|---|---|", file=out)
     for row in rows:
         if row.section != section:
             section = row.section
-            print(f"\n### {section}\n\n| Measurement | Ours | Spread | Peer | Ratio | Goal | |\n"
-                  "|---|---|---|---|---|---|---|", file=out)
+            print(f"| **{section}** | | | | | | |", file=out)
         theirs = f"{number(row.theirs)} {row.unit}" if row.theirs is not None else ""
         limit = f"{row.goal} ({number(row.limit)} {row.unit})" if row.limit is not None else row.goal
         print(f"| {row.what} | {number(row.ours)} {row.unit} | {row.spread} | {theirs} | {number(row.ratio)} "
