@@ -23,8 +23,8 @@ public:
         std::uint64_t packets = 0; // taken, not dropped
         std::uint64_t bytes = 0;
         std::uint64_t dropped = 0;
-        std::int64_t peakQueueBytes =
-            0; // the most that lay in front of the line, the packet being sent included
+        // The most that lay in front of the line, the packet being sent included.
+        std::int64_t peakQueueBytes = 0;
     };
 
     // Holds for packets that arrive from now on.

@@ -9,9 +9,9 @@ struct LinkSettings
 {
     std::int64_t delayUs = 0;  // one way
     std::int64_t rateKbit = 0; // 0: not limited
-    std::int64_t queueBytes =
-        0; // packets that would lie in front of the line beyond this are dropped; 0: no limit
-    std::int64_t queuePackets = 0; // the same, counted in packets
+    // Packets that would lie in front of the line beyond these are dropped; 0: no limit.
+    std::int64_t queueBytes = 0;
+    std::int64_t queuePackets = 0;
 };
 
 struct LinkPair

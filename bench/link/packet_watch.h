@@ -31,7 +31,7 @@ public:
     void resetCounters() { m_counters = {}; }
 
 private:
-    std::map<std::uint64_t, Direction>
-        m_lastData; // by the near and the far port and both addresses' last two bytes
+    // By the near and the far port and both addresses' last two bytes.
+    std::map<std::uint64_t, Direction> m_lastData;
     Counters m_counters;
 };
