@@ -233,6 +233,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         return 0;
     }
     static const Machine machine;
+    requireRoom(machine.folder.path());
     Transcript::clear();
     FreshMain main;
     Person person(data[0]);

@@ -13,30 +13,46 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
 // A configuration file, or the settings files of an installed printer, that hold anything at all: whatever is
-// read, fields are bounded, lists end, and what is written is read back.
+// read, fields are bounded, lists end, and what is written is read back. The files lie in the temporary
+// folder of the environment; on a disk most of the time goes into waiting for it.
 
 namespace {
 
-constexpr int installChoice = 255;
+constexpr int installChoice = 128;
 
 void writeFile(const QString &path, const QByteArray &bytes)
 {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    ensure(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush()) {
+        cannotGoOn(path.toLocal8Bit().constData());
+    }
 }
 
 struct Machine
 {
     Machine()
     {
+        requireRoom(folder.path().toStdString());
+        requireRoom(settings.folder(true).toStdString());
         qputenv("HOME", folder.path().toLocal8Bit());
         copyBounded(main->company, L"Company");
         copyBounded(main->softwareName, L"Software");
+    }
+
+    /// What was stored is there, where there was room for it.
+    void ensureStored(bool holds) const
+    {
+        if (!holds) {
+            requireRoom(settings.folder(true).toStdString());
+        }
+        ensure(holds);
     }
 
     [[nodiscard]] QString store(bool perUser) const
@@ -71,39 +87,41 @@ void readStores(const QByteArray &bytes)
 }
 
 /// Any text that is stored comes back as it was.
-void storeAndRead(const std::wstring &text)
+void storeAndRead(const Machine &machine, const std::wstring &text)
 {
     VrpsSetLastServiceToRegistry(text);
-    ensure(VrpsGetLastServiceFromRegistry() == text);
+    machine.ensureStored(VrpsGetLastServiceFromRegistry() == text);
     VrpsWriteServerDirectoriesToRegistry({text}, true);
     VrpsWriteHelpToRegistry({text, L"Main=" + text}, true);
     std::vector<std::wstring> list;
     VrpsGetServerDirectoriesFromRegistry(list, true);
-    ensure(text.empty() || text == L"NoEntry" ? list.empty() : list == std::vector<std::wstring>{text});
+    const bool endsList = text.empty() || text == L"NoEntry";
+    machine.ensureStored(endsList ? list.empty() : list == std::vector<std::wstring>{text});
 }
 
-void installFrom(const QString &configFile)
+/// One text of a configuration file, as the installation stores it; the others would go the same way.
+void installText(const Machine &machine, std::size_t number)
 {
-    copyBounded(VrpsGetMain()->configFilePath, configFile.toStdWString());
-    readConstants();
-    VrpMain &main = *VrpsGetMain();
-    if (main.printerName[0] != L'\0' && main.company[0] != L'\0' && main.softwareName[0] != L'\0') {
-        static_cast<void>(VrpsInstallSetRegistry());
-        VrpsInstallRemoveRegistry();
-    }
+    const wchar_t *id = resource::installed[number % std::size(resource::installed)];
+    const std::optional<ResourceId> fields = splitResourceId(id);
+    const std::wstring wanted = VrpsLoadConfigString(id);
+    VrpsSetCompanyRegistryKeyFromConfigFile(id);
+    const std::wstring stored =
+        VrpsGetCompanyRegistryKey(fields->section.c_str(), fields->key.c_str(), L"not stored", false);
+    machine.ensureStored(stored == wanted.c_str());
 }
 
-/// The names of the stores are made of what the configuration file says; only those of this folder are
-/// written.
-bool namesFolders(const QByteArray &bytes)
+void useConfigurationFile(const Machine &machine, const QByteArray &bytes)
 {
-    return bytes.contains("..") || bytes.contains('\\') || bytes.contains('/') || bytes.contains('%');
+    const QString path = machine.folder.filePath(QStringLiteral("varek.ini"));
+    writeFile(path, bytes);
+    copyBounded(VrpsGetMain()->configFilePath, path.toStdWString());
 }
 
 } // namespace
 
 // The first byte says which file the rest is: that of a user, that of the machine, a configuration file that
-// is read, one that is installed from, or a text to store.
+// is read, or a text to store; or, from installChoice on, which text is installed from a configuration file.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     if (size == 0) {
@@ -111,33 +129,29 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
     }
     const QByteArray bytes(reinterpret_cast<const char *>(data + 1), static_cast<int>(size - 1));
     Machine machine;
-    const QString configFile = machine.folder.filePath(QStringLiteral("varek.ini"));
-    const int choice = data[0] == installChoice ? installChoice : data[0] % 4;
-    switch (choice) {
+    if (data[0] >= installChoice) {
+        useConfigurationFile(machine, bytes);
+        installText(machine, data[0] - installChoice);
+        return 0;
+    }
+    switch (data[0] % 4) {
     case 0:
     case 1:
-        writeFile(machine.store(choice == 0), bytes);
-        readConstants();
+        writeFile(machine.store(data[0] % 4 == 0), bytes);
         readStores(bytes);
+        readConstants(); // among them the names of the stores: from here on they are others
         break;
     case 2:
-        writeFile(configFile, bytes);
-        copyBounded(VrpsGetMain()->configFilePath, configFile.toStdWString());
+        useConfigurationFile(machine, bytes);
         for (const wchar_t *id : resource::installed) {
             static_cast<void>(VrpsLoadConfigString(id));
         }
         readConstants();
         break;
-    case installChoice:
-        if (!namesFolders(bytes)) {
-            writeFile(configFile, bytes);
-            installFrom(configFile);
-        }
-        break;
     default:
         std::wstring text = UTF8tow(bytes.toStdString());
         text.resize(std::min(text.size(), text.find(L'\0')));
-        storeAndRead(text);
+        storeAndRead(machine, text);
     }
     return 0;
 }
