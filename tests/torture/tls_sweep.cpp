@@ -4,9 +4,9 @@
 // TLS connection without its closing alert, at each request of an upload, is never taken for success.
 
 #include "tests/support/FaultRelay.h"
+#include "tests/support/TlsTerminator.h"
 #include "tests/support/private_library.h"
 #include "tests/torture/SweepTable.h"
-#include "tests/torture/TlsTerminator.h"
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/bad_answers.h"
 #include "tests/torture/conversation_layout.h"

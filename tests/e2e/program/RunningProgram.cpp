@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -90,7 +91,9 @@ int RunningProgram::exitStatus()
 {
     if (m_status == -1 && hasEnded(patience)) {
         int status = 0;
-        waitpid(m_process, &status, 0);
+        rusage usage = {};
+        wait4(m_process, &status, 0, &usage);
+        m_peakKiB = usage.ru_maxrss;
         m_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
     return m_status;

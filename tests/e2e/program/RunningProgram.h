@@ -27,6 +27,9 @@ public:
     /// The exit status; 128 plus the signal that ended it; -1 when it did not end in time.
     [[nodiscard]] int exitStatus();
 
+    /// The most memory that it had, once it has ended.
+    [[nodiscard]] long peakKiB() const { return m_peakKiB; }
+
     /// What it wrote to standard output and standard error so far.
     [[nodiscard]] std::string output() const;
 
@@ -46,4 +49,5 @@ private:
     std::string m_outputFile;
     pid_t m_process = -1;
     int m_status = -1;
+    long m_peakKiB = 0;
 };

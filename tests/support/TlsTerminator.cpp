@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/torture/TlsTerminator.h"
+#include "tests/support/TlsTerminator.h"
 
 #include <poll.h>
 #include <stdexcept>
