@@ -26,7 +26,8 @@ from unique_document import says_its_title, unique_pdf  # noqa: E402
 SERVER_SESSIONS = DATA + "/sessions"
 FIRST_USER_NUMBER = 5101
 ROUND = 100
-PATIENCE_SECONDS = 200
+STILL_SECONDS = 120  # a print that has not moved for so long does not go on
+PATIENCE_SECONDS = 400  # even if something moves
 
 
 def arguments():
@@ -69,13 +70,20 @@ class Soak:
             os.remove(path)
 
     def wait_until_settled(self, user, titles):
-        """Until every title's program was started and nothing waits in the spool."""
-        try:
-            wait_until(lambda: all(user.sent(title, "sha256") for title in titles) and not user.waits(),
-                       "the documents of %s are dealt with" % user.name, PATIENCE_SECONDS)
-        except AssertionError as late:
-            raise AssertionError("\n".join([str(late), *(self.machine.where_it_stands(user, title) for title in titles)])) \
-                from None
+        """Until every title's program was started and nothing waits in the spool, for as long as something moves."""
+        def is_settled():
+            return all(user.sent(title, "sha256") for title in titles) and not user.waits()
+
+        limit = time.monotonic() + PATIENCE_SECONDS
+        while not is_settled():
+            before = self.machine.position_of(user, titles)
+            try:
+                wait_until(lambda: is_settled() or time.monotonic() < limit
+                           and self.machine.position_of(user, titles) != before,
+                           "the documents of %s go on" % user.name, STILL_SECONDS)
+            except AssertionError as late:
+                raise AssertionError("\n".join([str(late), *(self.machine.where_it_stands(user, title) for title in titles)])) \
+                    from None
 
     def judge(self, user, title, fault, allowed):
         """Notes what became of a document, and complains when that is none of the allowed outcomes."""

@@ -11,11 +11,12 @@ from spool_view import SPOOL
 from window_hands import CREDENTIALS
 
 LARGE = 900  # kilobytes: more than a block, so that there is a middle
+QUEUE_SECONDS = 240  # for a job to come to its turn behind those of all users
 MIDDLE = 300_000  # bytes of the upload's connection
 
 
 def _wait_for_program(user, title):
-    return wait_until(lambda: user.program(title), "the program starts with " + title)
+    return wait_until(lambda: user.program(title), "the program starts with " + title, QUEUE_SECONDS)
 
 
 def _through_relay(soak, user, title, kind, act=lambda: None):
@@ -45,7 +46,7 @@ def bytes_corrupted(soak, user, title):
 def server_killed(soak, user, title):
     """The server dies in the middle of the upload and is started again: its sessions are gone."""
     def act():
-        wait_until(lambda: "OFFSET=|65536|" in user.sent(title, "log"), "the upload is under way")
+        wait_until(lambda: "OFFSET=|65536|" in user.sent(title, "log"), "the upload is under way", QUEUE_SECONDS)
         soak.machine.crash_server()
     _through_relay(soak, user, title, "drip", act)
     return "box",
@@ -53,7 +54,7 @@ def server_killed(soak, user, title):
 
 def program_killed_in_upload(soak, user, title):
     def act():
-        wait_until(lambda: "OFFSET=|65536|" in user.sent(title, "log"), "the upload is under way")
+        wait_until(lambda: "OFFSET=|65536|" in user.sent(title, "log"), "the upload is under way", QUEUE_SECONDS)
         os.kill(user.program(title), signal.SIGSEGV)
     _through_relay(soak, user, title, "drip", act)
     return "kept",
@@ -108,20 +109,29 @@ def not_a_document(soak, user, title):
 def full_spool(soak, user, title):
     """The disk of the spool is full: cupsd holds the jobs until there is space, and somebody releases them."""
     filler = os.path.join(SPOOL, "filler")
-    with open(filler, "wb", buffering=0) as file:
-        try:
-            while True:
-                file.write(bytes(1 << 20))
-        except OSError:
-            pass
+    _fill(filler)
     job = soak.print_document(user, title, LARGE)
+
+    def is_held():
+        _fill(filler)  # what others' documents leave behind, which may be enough for this one
+        return job in _held_jobs() or user.sent(title, "sha256")
     try:
-        wait_until(lambda: job in _held_jobs(), "cupsd holds the job")
+        wait_until(is_held, "cupsd holds the job", QUEUE_SECONDS)
     finally:
         os.remove(filler)
-    wait_until(lambda: not _release_held_jobs(), "no job is held")
+        wait_until(lambda: not _release_held_jobs(), "no job is held", QUEUE_SECONDS)
     soak.wait_until_settled(user, [title])
     return "arrives",
+
+
+def _fill(path):
+    with open(path, "ab", buffering=0) as file:
+        for size in (1 << 20, 1 << 12):
+            try:
+                while True:
+                    file.write(bytes(size))
+            except OSError:
+                pass
 
 
 def _held_jobs():
@@ -153,7 +163,7 @@ def cupsd_restarted(soak, user, title):
     """cupsd is stopped and started while a document waits in the queue. None is being printed: that one cupsd would print
     again when it had not yet noted its end."""
     with soak.machine.lock:
-        wait_until(lambda: not run("lpstat", "-o"), "nothing is being printed")
+        wait_until(lambda: not run("lpstat", "-o"), "nothing is being printed", QUEUE_SECONDS)
         run("cupsdisable", "Varek")
         soak.print_document(user, title)
         soak.machine.restart_cupsd()

@@ -124,6 +124,10 @@ class SoakMachine:
     def boxes(self, title):
         return sum(hands.boxes.get(title, 0) for hands in self._hands)
 
+    def position_of(self, user, titles):
+        """What changes while documents go on: the queue's jobs, the user's spool, the logs of the programs."""
+        return sorted(os.listdir("/var/spool/cups")), user.waits(), [len(user.sent(title, "log")) for title in titles]
+
     def where_it_stands(self, user, title):
         """What there is to be seen of a print that does not go on."""
         log = user.sent(title, "log").split("\n")
