@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Documents printed with lp by ordinary users, through a real cupsd, into the spool by the backend."""
 
+import contextlib
 import os
 import shutil
 import stat
@@ -19,6 +20,21 @@ MAPPING = "/etc/varek/backend.conf"
 def create_queue(ppd=PPD):
     run("lpadmin", "-p", "Varek", "-E", "-v", "varek:127.0.0.1", "-P", ppd, "-o", "printer-is-shared=false",
         "-o", "printer-error-policy=abort-job")
+
+
+@contextlib.contextmanager
+def queue_with_half_a_filter(ending):
+    """The queue, with a filter that writes half a document and then does something else."""
+    with open("/usr/lib/cups/filter/half", "w", encoding="utf-8") as file:
+        file.write("#!/bin/sh\nprintf '%%PDF-1.7\\nhalf'\n" + ending + "\n")
+    os.chmod("/usr/lib/cups/filter/half", 0o755)
+    with open("/tmp/half.ppd", "w", encoding="utf-8") as file:
+        file.write(contents(PPD).decode().replace('"application/vnd.cups-pdf 0 -"', '"application/pdf 0 half"'))
+    create_queue("/tmp/half.ppd")
+    try:
+        yield
+    finally:
+        create_queue()
 
 
 def setUpModule():
@@ -261,37 +277,19 @@ class Trouble(unittest.TestCase):
             run("umount", SPOOL)
 
     def test_a_job_cancelled_while_it_is_filtered_leaves_nothing_behind(self):
-        with open("/usr/lib/cups/filter/halfway", "w", encoding="utf-8") as file:
-            file.write("#!/bin/sh\nprintf '%%PDF-1.7\\nhalf'\ntouch /tmp/halfway\nexec tail -f /dev/null\n")
-        os.chmod("/usr/lib/cups/filter/halfway", 0o755)
-        text = contents(PPD).decode().replace('"application/vnd.cups-pdf 0 -"', '"application/pdf 0 halfway"')
-        with open("/tmp/halfway.ppd", "w", encoding="utf-8") as file:
-            file.write(text)
-        create_queue("/tmp/halfway.ppd")
-        try:
+        with queue_with_half_a_filter("exec tail -f /dev/null"):
             job = print_as("alice", "/tmp/one.pdf")
             wait_until(lambda: os.path.exists(spool_of("alice")) and os.listdir(spool_of("alice")),
                        "the backend has begun")
             run_as("alice", "cancel", "Varek-%d" % job)
             self.assertEqual(wait_for_job(job), "canceled")
             wait_until(lambda: os.listdir(spool_of("alice")) == [], "the spool is empty")
-        finally:
-            create_queue()
 
     def test_a_filter_that_fails_delivers_no_half_document(self):
-        with open("/usr/lib/cups/filter/broken", "w", encoding="utf-8") as file:
-            file.write("#!/bin/sh\nprintf '%%PDF-1.7\\nhalf'\nexit 1\n")
-        os.chmod("/usr/lib/cups/filter/broken", 0o755)
-        text = contents(PPD).decode().replace('"application/vnd.cups-pdf 0 -"', '"application/pdf 0 broken"')
-        with open("/tmp/broken.ppd", "w", encoding="utf-8") as file:
-            file.write(text)
-        create_queue("/tmp/broken.ppd")
-        try:
+        with queue_with_half_a_filter("exit 1"):
             job = print_as("alice", "/tmp/one.pdf")
             self.assertIn(wait_for_job(job), ("canceled", "aborted"))
             self.assertEqual(os.listdir(spool_of("alice")), [])
-        finally:
-            create_queue()
 
     def test_cupsd_finds_the_device_and_its_driver(self):
         self.assertIn("direct varek:127.0.0.1", run("lpinfo", "--include-schemes", "varek", "-v"))
