@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-/// The golden conversations of tests/data/conversations (their format: README.md there).
+/// The golden conversations of tests/data/conversations (their format: format-of-conversations.md there).
 namespace conversation {
 
 using Variables = std::map<std::string, std::string>;
