@@ -208,6 +208,21 @@ TEST_F(IdentifierDialog, is_walked_by_tab_in_reading_order_from_the_first_empty_
     EXPECT_EQ(child<QLabel>(dialog, "passwordLabel").buddy(), &child<QWidget>(dialog, "passwordEdit"));
 }
 
+TEST_F(IdentifierDialog, has_its_fields_below_their_labels_and_cancel_alone_at_the_left)
+{
+    storeHelp(L"DlgIdent", L"http://help/", false);
+    UserPasswordDialog dialog;
+    dialog.resize(500, 300);
+    dialog.show();
+    int below = -1;
+    for (const char *name :
+         {"identLabel", "identEdit", "passwordLabel", "passwordEdit", "keepPasswordBox", "cancelButton"}) {
+        EXPECT_GT(child<QWidget>(dialog, name).y(), below) << name;
+        below = child<QWidget>(dialog, name).geometry().bottom();
+    }
+    expectButtonRow(dialog, "cancelButton", "helpButton", "okButton");
+}
+
 TEST_F(IdentifierDialog, gives_its_password_to_no_assistive_tool)
 {
     const UserPasswordDialog dialog;

@@ -53,6 +53,20 @@ void DialogTest::expectFrame(const QDialog &dialog, const char *defaultButton)
     }
 }
 
+void DialogTest::expectButtonRow(const QDialog &dialog, const char *left, const char *middle,
+                                 const char *right)
+{
+    const QRect first = button(dialog, left).geometry();
+    const QRect second = button(dialog, middle).geometry();
+    const QRect third = button(dialog, right).geometry();
+    EXPECT_GT(second.left() - first.right(), third.left() - second.right());
+    EXPECT_GT(third.left(), second.right());
+    EXPECT_EQ(first.top(), third.top());
+    for (const QWidget *widget : dialog.findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly)) {
+        EXPECT_LE(widget->geometry().bottom(), first.bottom()) << qPrintable(widget->objectName());
+    }
+}
+
 std::vector<std::string> DialogTest::tabOrder(QDialog &dialog)
 {
     std::vector<std::string> names;

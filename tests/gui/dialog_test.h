@@ -62,6 +62,11 @@ protected:
     /// Title bar without system menu and close box, a configured position, buttons and plain texts.
     static void expectFrame(const QDialog &dialog, const char *defaultButton);
 
+    /// In a dialog that is shown: the first button alone at the left, the two others side by side at the
+    /// right.
+    static void expectButtonRow(const QDialog &dialog, const char *left, const char *middle,
+                                const char *right);
+
     /// The names of the widgets that Tab visits, in order, from the focused one on.
     static std::vector<std::string> tabOrder(QDialog &dialog);
 

@@ -202,6 +202,7 @@ TEST_F(PrintModes, have_their_texts_and_take_configured_ones)
 
 TEST_F(PrintModes, stand_in_a_dialog_of_the_common_frame_and_the_stated_sizes)
 {
+    storeHelp(L"DlgPrintMode", L"http://mode/", false);
     PrintModeDialog dialog;
     expectFrame(dialog, "okButton");
     EXPECT_EQ(dialog.minimumSize(), QSize(470, 260));
@@ -215,7 +216,10 @@ TEST_F(PrintModes, stand_in_a_dialog_of_the_common_frame_and_the_stated_sizes)
     dialog.show();
     EXPECT_LT(child<QWidget>(dialog, "standardButton").y(), child<QWidget>(dialog, "asyncButton").y());
     EXPECT_LT(child<QWidget>(dialog, "asyncButton").y(), child<QWidget>(dialog, "tunnelButton").y());
-    EXPECT_LT(child<QWidget>(dialog, "cancelButton").x(), child<QWidget>(dialog, "okButton").x());
+    EXPECT_GE(child<QWidget>(dialog, "standardLabel").y() -
+                  child<QWidget>(dialog, "headingLabel").geometry().bottom(),
+              20);
+    expectButtonRow(dialog, "cancelButton", "helpButton", "okButton");
     configure(resource::dlgPrintModePosition, L"1,2");
     EXPECT_EQ(PrintModeDialog().pos(), QPoint(1, 2));
 }
@@ -323,6 +327,15 @@ TEST_F(Services, stand_in_a_dialog_of_the_common_frame_and_the_stated_size)
     EXPECT_EQ(other.pos(), QPoint(1, 2));
     click(other, "helpButton");
     EXPECT_EQ(standIns().openedAddresses, (std::vector<std::wstring>{L"http://service/"}));
+}
+
+TEST_F(Services, stand_below_their_heading_and_above_the_buttons)
+{
+    storeHelp(L"DlgService", L"http://service/", true);
+    AskServiceDialog dialog;
+    dialog.show();
+    EXPECT_GE(box(dialog).y() - child<QLabel>(dialog, "headingLabel").geometry().bottom(), 20);
+    expectButtonRow(dialog, "cancelButton", "helpButton", "okButton");
 }
 
 TEST_F(Services, do_not_widen_the_dialog_beyond_reason)

@@ -4,11 +4,32 @@
 #include "tests/gui/gui_test.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/ui/MessageWindow.h"
+#include "vrp/ui/credentials.h"
+#include "vrp/ui/print_choices.h"
+#include "vrp/ui/update_prompt.h"
 
 #include <QLabel>
 #include <QPushButton>
 
 namespace {
+
+/// Counts how often a window is raised above the others.
+class Raises : public QObject
+{
+public:
+    explicit Raises(QWidget &window) { window.installEventFilter(this); }
+
+    [[nodiscard]] int count() const { return m_count; }
+
+private:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        m_count += event->type() == QEvent::ZOrderChange ? 1 : 0;
+        return false;
+    }
+
+    int m_count = 0;
+};
 
 class Progress : public GuiTest
 {
@@ -61,6 +82,25 @@ TEST_F(Progress, shows_the_text_in_the_window)
     VrpsSetMessageWindow(resource::messagesSendingFile, -1);
     HideMessageWindow();
     EXPECT_TRUE(window.isHidden());
+}
+
+TEST_F(Progress, comes_to_the_front_before_every_dialog_of_a_send)
+{
+    MessageWindow window;
+    m_run->messageWindow = &window;
+    VrpsSetMessageWindow(resource::messagesConnectingServer, -1);
+    forgetExit();
+    const std::function<void()> dialogs[] = {[] { VrpsGetIdentPassword(); }, [] { VrpsAskProxy(); },
+                                             [] { VrpsAskPrintMode(); }, [] { VrpsAskService(); },
+                                             [] { VrpsAskUpdate(); }};
+    for (const std::function<void()> &ask : dialogs) {
+        const Raises raises(window);
+        const PreparedAnswers answers({[&](QWidget &dialog) {
+            EXPECT_EQ(raises.count(), 1) << qPrintable(dialog.windowTitle());
+            dialog.close();
+        }});
+        ask();
+    }
 }
 
 TEST_F(Progress, does_nothing_without_a_window)
