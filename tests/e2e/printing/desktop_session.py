@@ -64,8 +64,12 @@ class DesktopSession:
                               stderr=subprocess.DEVNULL, check=False)
         return done.stdout.decode()
 
+    def command(self, *words):
+        """The command line that runs a command in this session."""
+        return as_user(self.user, *words, **self.variables)
+
     def start_agent(self, *arguments):
-        return start(*as_user(self.user, AGENT, *arguments, **self.variables))
+        return start(*self.command(AGENT, *arguments))
 
     def windows(self, title):
         return self._answer("xdotool", "search", "--onlyvisible", "--name", "^%s$" % re.escape(title)).split()

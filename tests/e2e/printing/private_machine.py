@@ -140,11 +140,11 @@ def start_cupsd(settings="LogLevel debug\n", before=()):
     return daemon
 
 
-def start_display(number):
+def start_display(number, size="1024x768"):
     """Starts an X server without access control and gives the value for DISPLAY.
 
     It must not reset itself between two clients, when it would refuse the next one for a moment."""
-    start("Xvfb", ":%d" % number, "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-ac", "-noreset",
+    start("Xvfb", ":%d" % number, "-screen", "0", size + "x24", "-nolisten", "tcp", "-ac", "-noreset",
           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     name = ":%d" % number
     wait_until(lambda: subprocess.run(["xprop", "-root", "-display", name], stdout=subprocess.DEVNULL,

@@ -13,7 +13,7 @@ from authenticating_proxy import start_proxy
 from desktop_session import DesktopSession
 from installed_system import (CONFIGURATION, SERVER_CONFIGURATION, add_user, arrived, configure_server, edit, install_files,
                               install_queue, open_portal_without_tls, start_server, trust_server)
-from private_machine import as_user, run, run_as, run_tests, start, start_cupsd, wait_until
+from private_machine import run, run_as, run_tests, start, start_cupsd, wait_until
 from screen_reader import ScreenReader, faults, nodes
 from spool_view import contents, empty_spool, make_pdf, print_as, wait_for_job
 
@@ -109,7 +109,7 @@ class WithoutMouse(unittest.TestCase):
         return [(document["file_name"], document["print_mode"]) for document in arrived()[self.before:]]
 
     def program(self, name, *arguments):
-        return self.stopped_at_last(start(*as_user("alice", "/usr/lib/varek/bin/" + name, *arguments, **SESSION.variables)))
+        return self.stopped_at_last(start(*SESSION.command("/usr/lib/varek/bin/" + name, *arguments)))
 
     def test_a_print_in_standard_mode_whose_password_is_kept(self):
         agent = self.print_and_start_agent("By key")

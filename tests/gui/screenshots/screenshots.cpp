@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Renders every window of the program to a picture:
-//   screenshots FOLDER light|dark default|long|CONFIGURATION
-// A configuration file is one of packaging/config; its language is in its name. The scale is that of
-// QT_SCALE_FACTOR.
+//   screenshots FOLDER light|dark default|long|CONFIGURATION [POINTS]
+// A configuration file is one of packaging/config; its language is in its name. POINTS is the size of the
+// font, 9 without it. The scale is that of QT_SCALE_FACTOR.
 
 #include "tests/support/fresh_main.h"
 #include "tests/support/settings_folder.h"
@@ -28,6 +28,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <regex>
 #include <string>
@@ -213,12 +214,12 @@ void prepareRun()
 int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
-    if (argc != 4) {
-        std::fputs("usage: screenshots FOLDER light|dark default|long|CONFIGURATION\n", stderr);
+    if (argc != 4 && argc != 5) {
+        std::fputs("usage: screenshots FOLDER light|dark default|long|CONFIGURATION [POINTS]\n", stderr);
         return 2;
     }
     QApplication::setStyle(QStringLiteral("Fusion"));
-    QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
+    QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), argc == 5 ? std::atoi(argv[4]) : 9));
     if (qstrcmp(argv[2], "dark") == 0) {
         useDarkPalette();
     }
