@@ -100,19 +100,23 @@ private:
         }
     }
 
-    /// Between two frames, or TLS records: on the first connection, and on every one.
+    /// Between two frames, or TLS records: on the first connection, and on every one. Between two frames of the
+    /// first connection also without --every: there the library goes on, and there are few of them.
     void sweepBoundaries(const Document &document, bool isTls)
     {
         const Layouts layouts = record(document, isTls);
         for (const std::size_t connections : {std::size_t{1}, brokenConnections}) {
             const std::string what = std::string(isTls ? "TLS record" : "frame") + " boundary, " +
                                      (connections == 1 ? "first connection" : "every connection");
+            const auto chosen = [&](const Positions &all) {
+                return !isTls && connections == 1 ? all : selection(all, document);
+            };
             for (const Kind &kind : kinds) {
                 std::vector<SweepCase> cases;
-                add(cases, what, kind, Fault::Way::ToServer, selection(layouts.toServer.boundaries, document),
-                    document, isTls, connections);
-                add(cases, what, kind, Fault::Way::ToClient, selection(layouts.toClient.boundaries, document),
-                    document, isTls, connections);
+                add(cases, what, kind, Fault::Way::ToServer, chosen(layouts.toServer.boundaries), document,
+                    isTls, connections);
+                add(cases, what, kind, Fault::Way::ToClient, chosen(layouts.toClient.boundaries), document,
+                    isTls, connections);
                 m_table.run(cases, kind.workers);
             }
         }
