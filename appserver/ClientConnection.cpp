@@ -20,6 +20,8 @@ namespace {
 
 constexpr std::size_t headerMaxBytes = 64 * 1024;
 constexpr std::size_t answerPieceBytes = 64 * 1024;
+/// A request comes in small pieces at first: the end of the handshake, its header, its first frames.
+constexpr std::size_t beginningBytes = 16 * 1024;
 constexpr std::chrono::milliseconds goodbyeTime{1000};
 
 thread_local ClientConnection *currentConnection = nullptr;
@@ -246,6 +248,12 @@ ClientConnection::Clock::time_point ClientConnection::readDeadline() const
     return Clock::now() + m_limits.idleTime;
 }
 
+void ClientConnection::acknowledge() const
+{
+    const int on = 1;
+    ::setsockopt(m_socket.get(), IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+}
+
 bool ClientConnection::fill()
 {
     // Who waits for a word (100 Continue) says nothing before.
@@ -254,6 +262,9 @@ bool ClientConnection::fill()
     }
     if (m_phase == Phase::body && isTooSlow()) {
         return false;
+    }
+    if (m_bytesIn < beginningBytes) {
+        acknowledge();
     }
     const ssize_t count = readSome(m_buffer.data(), m_buffer.size(), readDeadline());
     if (count <= 0) {

@@ -103,6 +103,9 @@ private:
     [[nodiscard]] bool waitFor(short events, Clock::time_point deadline) const;
     [[nodiscard]] Clock::time_point readDeadline() const;
     [[nodiscard]] bool fill();
+    /// Tells the client at once what has arrived: a proxy that collects small packets (Nagle's algorithm)
+    /// keeps the next piece back until then, and the system would wait 40 ms for something to send along.
+    void acknowledge() const;
     [[nodiscard]] bool sendAll(std::string_view bytes);
     [[nodiscard]] ssize_t sendSome(std::string_view bytes, Clock::time_point deadline);
     [[nodiscard]] ssize_t readSome(char *bytes, std::size_t size, Clock::time_point deadline);
