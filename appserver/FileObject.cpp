@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <fcntl.h>
 #include <new>
 #include <unistd.h>
 #include <xxhash.h>
@@ -95,6 +96,14 @@ std::string FileObject::read(std::uint64_t offset, std::size_t maxBytes) const
     }
     bytes.resize(static_cast<std::size_t>(count));
     return bytes;
+}
+
+void FileObject::startWriting() const
+{
+    if (m_file) {
+        (void)::sync_file_range(m_file.get(), 0, 0,
+                                SYNC_FILE_RANGE_WRITE); // the sync itself tells what failed
+    }
 }
 
 void FileObject::moveTo(const std::filesystem::path &target)

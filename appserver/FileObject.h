@@ -40,6 +40,10 @@ public:
     /// Up to maxBytes bytes from the offset; empty at the end. Safe on several threads while nobody appends.
     [[nodiscard]] std::string read(std::uint64_t offset, std::size_t maxBytes) const;
 
+    /// Lets the system begin to write the contents to the disk, for a sync that will follow. Waits for
+    /// nothing.
+    void startWriting() const;
+
     /// Puts the contents, synced, under a new name on the same file system. The object is empty afterwards.
     void moveTo(const std::filesystem::path &target);
 

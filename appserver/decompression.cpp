@@ -77,6 +77,7 @@ Decompression decompress(const FileObject &source, FileObject &target, std::uint
 {
     Decompressor decompressor(target, maxBytes);
     forEachPiece(source, [&](std::string_view piece) { return decompressor.take(piece); });
+    target.startWriting(); // while the client asks for the size: it is stored next
     return decompressor.finish();
 }
 
