@@ -114,13 +114,16 @@ def dripping_clients(bench):
         result = bench.upload(document, enter=bench.line.far)
         return result["loop"] + result["rest"]
 
-    alone, among = [], []
+    alone, among, ended = [], [], 0
     for _ in range(1 if bench.quick else 3):
         alone += [upload() for _ in range(bench.runs)]
         with Drips(bench, clients) as drips:
             among += [upload() for _ in range(bench.runs)]
             drips.demand_alive()
+        ended += drips.ended
     bench.demand_intact(document)
+    if ended:
+        bench.notes.append(f"The server ended {ended} dripping clients, which connected again: the table tells of that, too.")
     section = f"{clients} clients that send one byte a second, loopback"
     return [measure.compare(section, f"an upload of {bench.size(16) / MIB:.0f} MiB among them beside one alone",
                             {"among": among, "alone": alone}, lambda quiet: 1.1 * quiet, "at most 1.1")]
@@ -134,6 +137,7 @@ class Drips:
             sys.executable, pathlib.Path(__file__).with_name("drip_clients.py"), link.FAR_ADDRESS,
             application_server.PORT, clients, bench.server.authority)
         self._process = None
+        self.ended = 0  # connections that the server gave up
 
     def __enter__(self):
         self._process = subprocess.Popen([str(word) for word in self._command], stdin=subprocess.PIPE,
@@ -147,4 +151,4 @@ class Drips:
             raise RuntimeError("the dripping clients ended")
 
     def __exit__(self, *_):
-        self._process.communicate()
+        self.ended = int(self._process.communicate()[0] or 0)
