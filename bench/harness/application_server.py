@@ -27,9 +27,9 @@ class ApplicationServer:
         self._folder = pathlib.Path(folder)
         self.data = self._folder / "data"
         self.log = self._folder / "vrserver.log"
-        program = pathlib.Path(build) / "bin" / "vrserver"
+        self._program = pathlib.Path(build) / "bin" / "vrserver"
         self._daemon = peers.Daemon(
-            enter, [program, "--data", self.data, "--listen", link.FAR_ADDRESS, "--port", PORT,
+            enter, [self._program, "--data", self.data, "--listen", link.FAR_ADDRESS, "--port", PORT,
                     "--portal-port", PORTAL_PORT], PORT, self.log)
 
     def __enter__(self):
@@ -44,6 +44,11 @@ class ApplicationServer:
     def _password_of_demo_user(self):
         """The server says it once, when it makes its data folder."""
         return re.search(r"^demo password: (\S+)$", self.log.read_text(encoding="utf-8"), re.MULTILINE)[1]
+
+    def hash_again(self):
+        """Gives the demo user the same password anew: the next login is hashed, as the first one was."""
+        subprocess.run([self._program, "user", "--data", self.data, "passwd", "demo"], input=self.password + "\n",
+                       capture_output=True, text=True, check=True)
 
     @property
     def authority(self):
@@ -63,9 +68,11 @@ class ApplicationServer:
         """`ip netns exec` becomes the program that it runs."""
         return self._daemon.process.pid
 
-    def stored_documents(self):
-        """Every file of the data folder by its SHA-256."""
-        return {sha256(path): path for path in self.data.rglob("*") if path.is_file()}
+    def holds(self, documents):
+        """Whether the data folder has each of these documents, byte for byte."""
+        sizes = {pathlib.Path(document).stat().st_size for document in documents}
+        stored = {sha256(path) for path in self.data.rglob("*") if path.is_file() and path.stat().st_size in sizes}
+        return [sha256(document) in stored for document in documents]
 
 
 def sha256(path):

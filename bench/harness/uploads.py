@@ -9,6 +9,7 @@ RTTS_MS = (0, 50, 100, 200)
 SIZES_MIB = (1, 4, 16)
 ALLOWED = 1.05
 EXTRA_ROUND_TRIPS = 5
+WHOLE_UPLOAD = "The whole upload beside a cold `curl -T`"
 
 
 def grid(bench):
@@ -42,10 +43,23 @@ def whole_uploads(bench):
             curl=lambda: bench.curl_put(document))
         bench.demand_intact(document)
         rows.append(measure.compare(
-            "The whole upload beside a cold `curl -T`", f"{size} MiB, round trip {rtt_ms} ms", results,
+            WHOLE_UPLOAD, f"{size} MiB, round trip {rtt_ms} ms", results,
             lambda theirs: ALLOWED * theirs + EXTRA_ROUND_TRIPS * rtt_ms / 1000,
             f"at most {ALLOWED} and {EXTRA_ROUND_TRIPS} round trips"))
-    return rows
+    return [*rows, first_login(bench)]
+
+
+def first_login(bench):
+    """The price of a password that the server has to hash, as at the first print of a quarter of an hour."""
+    bench.line.set(0, RATE_MBIT)
+    document = bench.document(1)
+
+    def hashed():
+        bench.server.hash_again()
+        return bench.upload(document)["whole"]
+
+    results = measure.interleaved(bench.runs, hashed=hashed, known=lambda: bench.upload(document)["whole"])
+    return measure.compare(WHOLE_UPLOAD, "1 MiB, round trip 0 ms: password hashed beside password known", results)
 
 
 def whole_send(bench):
