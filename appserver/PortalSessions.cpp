@@ -3,8 +3,6 @@
 
 #include "appserver/ServerSession.h"
 
-#include <algorithm>
-
 namespace appserver {
 
 namespace {
@@ -58,45 +56,28 @@ std::optional<PortalPage> PortalSessions::find(std::string_view pageId, std::str
                                                std::chrono::seconds maxIdle)
 {
     const std::scoped_lock lock(m_mutex);
-    const auto found = m_pages.find(pageId);
-    if (found == m_pages.end() || !equalSecrets(found->second.page.cookie, cookie)) {
+    const auto isTheirs = [cookie](const PortalPage &page) { return equalSecrets(page.cookie, cookie); };
+    const PortalPage *page = m_pages.use(pageId, maxIdle, isTheirs);
+    if (page == nullptr) {
         return std::nullopt;
     }
-    Entry &entry = found->second;
-    if (Clock::now() - entry.lastUse >= maxIdle) {
-        m_pages.erase(found);
-        return std::nullopt;
+    if (page->session) {
+        page->session->touch();
     }
-    entry.lastUse = Clock::now();
-    if (entry.page.session) {
-        entry.page.session->touch();
-    }
-    return entry.page;
+    return *page;
 }
 
 void PortalSessions::removeIdle(std::chrono::seconds maxIdle)
 {
-    const auto now = Clock::now();
     const std::scoped_lock lock(m_mutex);
-    std::erase_if(m_pages, [&](const auto &entry) { return now - entry.second.lastUse >= maxIdle; });
+    m_pages.removeIdle(maxIdle);
 }
 
 PortalPage PortalSessions::keep(PortalPage page, std::size_t maxPages)
 {
     const std::scoped_lock lock(m_mutex);
-    makeRoom(maxPages);
-    m_pages.insert_or_assign(page.id, Entry{page, Clock::now()});
+    m_pages.add(page.id, page, maxPages);
     return page;
-}
-
-void PortalSessions::makeRoom(std::size_t maxPages)
-{
-    if (m_pages.size() < maxPages) {
-        return;
-    }
-    const auto oldest =
-        std::ranges::min_element(m_pages, {}, [](const auto &entry) { return entry.second.lastUse; });
-    m_pages.erase(oldest);
 }
 
 } // namespace appserver

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "appserver/IdleEntries.h"
 #include "appserver/secrets.h"
 
 #include <chrono>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -43,19 +43,10 @@ public:
     void removeIdle(std::chrono::seconds maxIdle);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    struct Entry
-    {
-        PortalPage page;
-        Clock::time_point lastUse;
-    };
-
     PortalPage keep(PortalPage page, std::size_t maxPages);
-    void makeRoom(std::size_t maxPages);
 
     std::mutex m_mutex;
-    std::map<std::string, Entry, std::less<>> m_pages;
+    IdleEntries<std::string, PortalPage> m_pages;
 };
 
 } // namespace appserver

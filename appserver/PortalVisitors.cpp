@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/PortalVisitors.h"
 
-#include <algorithm>
-
 namespace appserver {
 
 namespace {
@@ -15,47 +13,28 @@ PortalVisitor PortalVisitors::enter(const std::string &name, std::size_t maxVisi
 {
     PortalVisitor visitor{randomHex(secretBytes), randomHex(secretBytes), name};
     const std::scoped_lock lock(m_mutex);
-    makeRoom(maxVisitors);
-    m_visitors.insert_or_assign(lookupKey(visitor.cookie), Entry{visitor, Clock::now()});
+    m_visitors.add(lookupKey(visitor.cookie), visitor, maxVisitors);
     return visitor;
 }
 
 std::optional<PortalVisitor> PortalVisitors::find(std::string_view cookie, std::chrono::seconds maxIdle)
 {
     const std::scoped_lock lock(m_mutex);
-    const auto found = m_visitors.find(lookupKey(cookie));
-    if (found == m_visitors.end()) {
-        return std::nullopt;
-    }
-    Entry &entry = found->second;
-    if (Clock::now() - entry.lastUse >= maxIdle) {
-        m_visitors.erase(found);
-        return std::nullopt;
-    }
-    entry.lastUse = Clock::now();
-    return entry.visitor;
+    const auto anybody = [](const PortalVisitor &) { return true; };
+    const PortalVisitor *visitor = m_visitors.use(lookupKey(cookie), maxIdle, anybody);
+    return visitor != nullptr ? std::optional(*visitor) : std::nullopt;
 }
 
 void PortalVisitors::leave(std::string_view cookie)
 {
     const std::scoped_lock lock(m_mutex);
-    m_visitors.erase(lookupKey(cookie));
+    m_visitors.remove(lookupKey(cookie));
 }
 
 void PortalVisitors::removeIdle(std::chrono::seconds maxIdle)
 {
-    const auto now = Clock::now();
     const std::scoped_lock lock(m_mutex);
-    std::erase_if(m_visitors, [&](const auto &entry) { return now - entry.second.lastUse >= maxIdle; });
-}
-
-void PortalVisitors::makeRoom(std::size_t maxVisitors)
-{
-    if (m_visitors.size() < maxVisitors) {
-        return;
-    }
-    m_visitors.erase(
-        std::ranges::min_element(m_visitors, {}, [](const auto &entry) { return entry.second.lastUse; }));
+    m_visitors.removeIdle(maxIdle);
 }
 
 } // namespace appserver

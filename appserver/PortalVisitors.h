@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "appserver/IdleEntries.h"
 #include "appserver/secrets.h"
 
 #include <chrono>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -32,18 +32,8 @@ public:
     void removeIdle(std::chrono::seconds maxIdle);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    struct Entry
-    {
-        PortalVisitor visitor;
-        Clock::time_point lastUse;
-    };
-
-    void makeRoom(std::size_t maxVisitors);
-
     std::mutex m_mutex;
-    std::map<LookupKey, Entry> m_visitors;
+    IdleEntries<LookupKey, PortalVisitor> m_visitors;
 };
 
 } // namespace appserver
