@@ -5,14 +5,11 @@
 #include "appserver/finishing.h"
 #include "appserver/portal_answers.h"
 #include "appserver/portal_documents.h"
+#include "appserver/portal_file.h"
 #include "appserver/portal_pages.h"
-#include "wire/utf8.h"
 
-#include <array>
-#include <cerrno>
 #include <memory>
 #include <optional>
-#include <unistd.h>
 
 namespace appserver {
 
@@ -21,12 +18,6 @@ namespace {
 constexpr std::string_view jobPrefix = "/job/";
 constexpr std::string_view jobCookie = "job";
 constexpr std::size_t pageIdLength = 32;
-constexpr std::size_t textSampleBytes = 65536;
-
-// The browser's PDF viewer does not start in a sandbox.
-constexpr const char *pdfPolicy = "default-src 'none'; object-src 'self'; style-src 'unsafe-inline'; "
-                                  "frame-ancestors 'self'";
-constexpr const char *filePolicy = "default-src 'none'; sandbox; frame-ancestors 'self'";
 
 std::string jobPath(const PortalPage &page)
 {
@@ -101,11 +92,9 @@ public:
                             "the document again.</p>\n"));
         }
         if (path->action == "document") {
-            serveDocument(*document, response);
-        } else if (path->action.empty()) {
-            setPage(response, 200, documentPage(configuration->portal, *page, *document));
+            sendFile(m_services.documents.fileOf(*document), *document, response);
         } else {
-            response.status = 404;
+            setPage(response, 200, documentPage(configuration->portal, *page, *document));
         }
     }
 
@@ -177,41 +166,6 @@ private:
             choices.note = note;
         }
         return choices;
-    }
-
-    void serveDocument(const Document &document, httplib::Response &response)
-    {
-        const auto file = std::make_shared<UniqueFd>(openForReading(m_services.documents.fileOf(document)));
-        setCommonHeaders(response, document.format == DocumentFormat::pdf ? pdfPolicy : filePolicy);
-        response.set_header("X-Frame-Options", "SAMEORIGIN");
-        response.set_header("Content-Disposition", document.format == DocumentFormat::postScript
-                                                       ? "attachment; filename=\"document.ps\""
-                                                       : "inline; filename=\"document." +
-                                                             std::string(formatName(document.format)) + '"');
-        const auto read = [file](std::size_t offset, std::size_t, httplib::DataSink &sink) {
-            std::array<char, 65536> buffer;
-            const ssize_t count =
-                ::pread(file->get(), buffer.data(), buffer.size(), static_cast<off_t>(offset));
-            return count > 0 && sink.write(buffer.data(), static_cast<std::size_t>(count));
-        };
-        response.set_content_provider(static_cast<std::size_t>(document.bytes), mediaTypeOf(document, *file),
-                                      read);
-    }
-
-    static std::string mediaTypeOf(const Document &document, const UniqueFd &file)
-    {
-        std::string type(mediaType(document.format));
-        if (document.format == DocumentFormat::text) {
-            std::string sample(textSampleBytes, '\0');
-            const ssize_t count = ::pread(file.get(), sample.data(), sample.size(), 0);
-            sample.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-            // The sample may end inside a character.
-            for (int i = 0; i < 3 && sample.size() == textSampleBytes && !wire::isText(sample); ++i) {
-                sample.pop_back();
-            }
-            type += wire::isText(sample) ? "; charset=utf-8" : "; charset=windows-1252";
-        }
-        return type;
     }
 
     AppServices &m_services;
