@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/conversation_tokens.h"
 #include "wire/frames.h"
 
 #include <filesystem>
@@ -14,13 +15,6 @@
 namespace conversation {
 
 using Variables = std::map<std::string, std::string>;
-
-/// A word of a line. Quoted ones are texts, in which ${NAME} stands for a variable.
-struct Token
-{
-    std::string text;
-    bool isQuoted = false;
-};
 
 struct Line
 {
