@@ -121,6 +121,26 @@ void removePrinter(QSettings &store, const QString &printer)
     }
 }
 
+struct StoreNames
+{
+    std::wstring company;
+    std::wstring software;
+};
+
+/// Removes a printer's entry and tells the names that it held; nothing when that is not possible.
+std::optional<StoreNames> unregisterPrinter(const QString &printer)
+{
+    const auto store = openBootstrapStore(StoreAccess::write);
+    if (!store->isWritable()) {
+        return std::nullopt;
+    }
+    const std::wstring group = (printersGroup() + QLatin1Char('/') + printer).toStdWString();
+    const StoreNames names{readSetting(*store, group, L"Company", L""),
+                           readSetting(*store, group, L"Software", L"")};
+    removePrinter(*store, printer);
+    return names;
+}
+
 } // namespace
 
 bool VrpsInstallSetRegistry()
@@ -151,17 +171,12 @@ void VrpsSetCompanyRegistryKeyFromConfigFile(const wchar_t *id)
 
 bool VrpsInstallRemoveRegistry()
 {
-    const auto store = openBootstrapStore(StoreAccess::write);
-    if (!store->isWritable()) {
+    const std::optional<StoreNames> names = unregisterPrinter(text(VrpsGetMain()->printerName));
+    if (!names) {
         return false;
     }
-    const QString printer = text(VrpsGetMain()->printerName);
-    const std::wstring group = (printersGroup() + QLatin1Char('/') + printer).toStdWString();
-    const std::wstring company = readSetting(*store, group, L"Company", L"");
-    const std::wstring software = readSetting(*store, group, L"Software", L"");
-    removePrinter(*store, printer);
-    if (const auto companyStore = openStore(company, software, false, StoreAccess::write)) {
-        companyStore->remove(QString());
+    if (const auto store = openStore(names->company, names->software, false, StoreAccess::write)) {
+        store->remove(QString());
     }
     return true;
 }

@@ -5,7 +5,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/utf8_codec.h"
 #include "vrp/platform/text.h"
-#include "vrp/settings/store_check.h"
+#include "vrp/settings/GuardedSettings.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,51 +14,7 @@
 #include <QStringList>
 #include <QVariant>
 
-#include <unistd.h>
-
-#include <cstdio>
-
 namespace {
-
-#ifndef Q_OS_MACOS
-/// Keeps the file of a store under a second name until it is known that the new one is whole.
-class GuardedSettings : public QSettings
-{
-public:
-    GuardedSettings(Scope scope, const QString &organisation, const QString &application)
-        : QSettings(NativeFormat, scope, organisation, application), m_file(fileName().toLocal8Bit()),
-          m_kept(m_file + ".kept")
-    {
-        ::unlink(m_kept.constData());
-        m_isKept = ::link(m_file.constData(), m_kept.constData()) == 0;
-    }
-
-    GuardedSettings(const GuardedSettings &) = delete;
-    GuardedSettings &operator=(const GuardedSettings &) = delete;
-
-    ~GuardedSettings() override
-    {
-        if (!m_isKept) {
-            return;
-        }
-        while (!group().isEmpty()) {
-            endGroup();
-        }
-        if (isCutShort(*this)) {
-            ::rename(m_kept.constData(), m_file.constData());
-        }
-        // Two names of one file are not renamed.
-        ::unlink(m_kept.constData());
-    }
-
-private:
-    QByteArray m_file;
-    QByteArray m_kept;
-    bool m_isKept = false;
-};
-#else
-using GuardedSettings = QSettings; // a system service keeps the stores
-#endif
 
 std::unique_ptr<QSettings> openNative(QSettings::Scope scope, const QString &organisation,
                                       const QString &application, StoreAccess access)

@@ -9,9 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 using List = std::vector<std::wstring>;
@@ -194,55 +191,6 @@ TEST_F(SettingsStore, a_binary_file_gives_the_default_and_can_be_written_again)
     EXPECT_EQ(read(L"Settings", L"Sdir", true), L"default");
     VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", L"x", true);
     EXPECT_EQ(read(L"Settings", L"Sdir", true), L"x");
-}
-
-/// Starts a process that runs `work` and exits with its result.
-template <typename Work>
-pid_t startProcess(Work work)
-{
-    const pid_t process = fork();
-    if (process == 0) {
-        _exit(work());
-    }
-    return process;
-}
-
-int exitStatus(pid_t process)
-{
-    int status = 0;
-    return waitpid(process, &status, 0) == process && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-TEST_F(SettingsStore, two_processes_that_write_at_once_lose_nothing_and_are_never_seen_half_way)
-{
-    constexpr int count = 50;
-    VrpsSetCompanyRegistryKey(L"Settings", L"Sdir", L"kept", true);
-    const auto writer = [](const std::wstring &prefix) {
-        for (int i = 0; i < count; ++i) {
-            VrpsSetCompanyRegistryKey(L"Settings", (prefix + std::to_wstring(i)).c_str(), prefix.c_str(),
-                                      true);
-        }
-        return 0;
-    };
-    const pid_t first = startProcess([&] { return writer(L"first"); });
-    const pid_t second = startProcess([&] { return writer(L"second"); });
-    const QString end = m_settings.folder(true) + QStringLiteral("/end");
-    const pid_t reader = startProcess([&] {
-        while (!QFile::exists(end)) {
-            if (read(L"Settings", L"Sdir", true) != L"kept") {
-                return 1;
-            }
-        }
-        return 0;
-    });
-    EXPECT_EQ(exitStatus(first), 0);
-    EXPECT_EQ(exitStatus(second), 0);
-    SettingsFolder::write(end, "");
-    EXPECT_EQ(exitStatus(reader), 0);
-    for (int i = 0; i < count; ++i) {
-        EXPECT_EQ(read(L"Settings", (L"first" + std::to_wstring(i)).c_str(), true), L"first");
-        EXPECT_EQ(read(L"Settings", (L"second" + std::to_wstring(i)).c_str(), true), L"second");
-    }
 }
 
 TEST_F(SettingsStore, a_registered_printer_gives_company_and_software_names)
