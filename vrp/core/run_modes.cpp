@@ -2,15 +2,15 @@
 #include "vrp/core/GuiApplication.h"
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/command_line.h"
-#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/install.h"
-#include "vrp/platform/text.h"
 #include "vrp/server/browser.h"
+#include "vrp/settings/installed_printer.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/ui/ConfigDialog.h"
 #include "vrp/ui/MessageWindow.h"
+#include "vrp/ui/error_report.h"
 #include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"
 
@@ -26,36 +26,16 @@ using Windows = GuiApplication::Windows;
 /// The program's own version, apart from the one that is installed and shown to users.
 constexpr wchar_t internalVersion[] = L"3.00";
 
-void showError(const wchar_t *id)
-{
-    if (!VrpsGetMain()->silent) {
-        VrpsErrorMessage(id, 0);
-    }
-}
-
-void loadPrinterTitle()
-{
-    setPrinterTitle(VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
-}
-
-/// Loads the settings of the printer named by "-p"; false when that was not possible, and the user told.
-bool loadNamedPrinter(VrpMain &main)
+/// Loads the texts of the printer named by "-p" from its store; false when that was not possible, and the
+/// user told.
+bool findPrinter(VrpMain &main)
 {
     main.configFilePath[0] = L'\0';
-    std::wstring printer;
-    if (!optionValue(L"-p", printer) || printer.empty()) {
-        showError(resource::errorsNoPrinterName);
-        return false;
+    const wchar_t *const problem = loadNamedPrinter();
+    if (problem != nullptr) {
+        reportError(problem);
     }
-    if (!VrpsGetCompanyFromRegistry(printer)) {
-        showError(resource::errorsPrinterNotInstalled);
-        return false;
-    }
-    loadPrinterTitle();
-    VrpsLoadResources();
-    // The resources know one printer's name; this run is about the one that was named.
-    copyBounded(main.printerName, printer);
-    return true;
+    return problem == nullptr;
 }
 
 /// Install and uninstall show nothing when they are silent, and then need no display.
@@ -69,7 +49,7 @@ Windows windowsOfSetup(const VrpMain &main)
 bool VrpMain::Help()
 {
     const GuiApplication application(LastWindow::endsLoop);
-    if (!loadNamedPrinter(*this)) {
+    if (!findPrinter(*this)) {
         return false;
     }
     const std::wstring address = perUserOrMachineWide(L"Help", L"Main");
@@ -82,7 +62,7 @@ bool VrpMain::Help()
 int VrpMain::Configure()
 {
     const GuiApplication application(LastWindow::endsLoop);
-    if (!loadNamedPrinter(*this)) {
+    if (!findPrinter(*this)) {
         return 1;
     }
     ConfigDialog dialog;
@@ -131,12 +111,11 @@ int VrpMain::InitSend()
         log.WriteLn(value.c_str());
         printer = value;
     }
-    if (!VrpsGetCompanyFromRegistry(printer)) {
-        showError(resource::errorsPrinterNotInstalled);
+    if (!selectPrinter(printer)) {
+        reportError(resource::errorsPrinterNotInstalled);
         log.WriteLn(L"Error: Printer not installed");
         return 1;
     }
-    loadPrinterTitle();
     return 0;
 }
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpMain.h"
-#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/files.h"
 #include "vrp/platform/keyword.h"
@@ -9,11 +8,9 @@
 #include "vrp/server/portal.h"
 #include "vrp/server/upload.h"
 #include "vrp/server/version_check.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/installed_printer.h"
 #include "vrp/ui/credentials.h"
-#include "vrp/ui/message_boxes.h"
-
-#include <QFile>
+#include "vrp/ui/error_report.h"
 
 #include <algorithm>
 
@@ -82,21 +79,9 @@ SendArguments readArguments(const std::vector<std::wstring> &words)
 
 int refuse(const wchar_t *messageId, const wchar_t *logText)
 {
-    VrpMain &main = *VrpsGetMain();
-    if (!main.silent) {
-        VrpsErrorMessage(messageId, 0);
-    }
-    main.log.WriteLn(logText);
+    reportError(messageId);
+    VrpsGetMain()->log.WriteLn(logText);
     return 1;
-}
-
-/// A failure is not reported here: the upload reports the missing file.
-void writeTestDocument(const std::wstring &path)
-{
-    QFile file(QString::fromStdWString(path));
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(testDocument);
-    }
 }
 
 Document chooseDocument(const std::wstring &given)
@@ -105,7 +90,8 @@ Document chooseDocument(const std::wstring &given)
         return {given, false};
     }
     const std::wstring file = VrpsGetTempPath() + L"/vrptmp.txt";
-    writeTestDocument(file);
+    // A failure is not reported here: the upload reports the missing file.
+    writeFile(file, testDocument);
     return {file, true};
 }
 
@@ -198,10 +184,9 @@ int VrpMain::DoSend()
     if (sendArguments.printerName.empty()) {
         return refuse(resource::errorsNoPrinterName, L"Error: No printer name given");
     }
-    if (!VrpsGetCompanyFromRegistry(sendArguments.printerName)) {
+    if (!selectPrinter(sendArguments.printerName)) {
         return refuse(resource::errorsPrinterNotInstalled, L"Error: Printer not installed");
     }
-    setPrinterTitle(VrpsGetCompanyRegistryKey(L"Printer", L"Title", nullptr, false));
     const Document document = chooseDocument(sendArguments.file);
     if (document.file.empty()) {
         return refuse(resource::errorsNoFileName, L"Error: No file name");

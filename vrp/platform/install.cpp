@@ -3,7 +3,6 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/command_line.h"
-#include "vrp/core/printer_title.h"
 #include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/files.h"
@@ -11,7 +10,8 @@
 #include "vrp/platform/system.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/installation_settings.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/installed_printer.h"
+#include "vrp/ui/error_report.h"
 #include "vrp/ui/message_boxes.h"
 
 #include <algorithm>
@@ -53,13 +53,6 @@ bool isConfirmed(const wchar_t *questionId)
 {
     return VrpsGetMain()->noConfirm ||
            VrpsMessageBoxFromId(questionId, iconQuestion, buttonYes | buttonNo) == buttonYes;
-}
-
-void reportError(const wchar_t *id, int code)
-{
-    if (!VrpsGetMain()->silent) {
-        VrpsErrorMessage(id, code);
-    }
 }
 
 void reportSuccess(const wchar_t *id)
@@ -119,15 +112,6 @@ bool addPrinterWithAnyDriver(const VrpMain &main)
     return false;
 }
 
-/// Loads the texts of an installed printer; the name it is asked for by stays.
-void loadInstalledPrinter(VrpMain &main, const std::wstring &printer)
-{
-    copyBounded(main.printerName, printer);
-    setPrinterTitle(VrpsGetCompanyRegistryKey(L"Printer", L"Title", L"", false));
-    VrpsLoadResources();
-    copyBounded(main.printerName, printer);
-}
-
 } // namespace
 
 bool VrpsConfirmInstall()
@@ -160,21 +144,14 @@ bool VrpsInstall()
 
 bool VrpsUninstall()
 {
-    VrpMain &main = *VrpsGetMain();
-    std::wstring printer;
-    if (!optionValue(L"-p", printer) || printer.empty()) {
-        reportError(resource::errorsNoPrinterName, 0);
+    if (const wchar_t *const problem = loadNamedPrinter()) {
+        reportError(problem);
         return false;
     }
-    if (!VrpsGetCompanyFromRegistry(printer)) {
-        reportError(resource::errorsPrinterNotInstalled, 0);
-        return false;
-    }
-    loadInstalledPrinter(main, printer);
     if (!VrpsConfirmUninstall()) {
         return true;
     }
-    if (!removeQueueAndFiles(main)) {
+    if (!removeQueueAndFiles(*VrpsGetMain())) {
         return false;
     }
     reportSuccess(resource::setupUninstallOk);
