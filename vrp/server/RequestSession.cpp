@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int succeeded = 1;
 constexpr int answerCapacity = 8192; // characters
 constexpr int errorDetailBytes = 2048;
 constexpr int maximumEntries = 10'000;
@@ -39,14 +38,14 @@ RequestSession::~RequestSession()
 
 bool RequestSession::run(const std::wstring &command)
 {
-    return VrpsVrCommand(m_request, command, nullptr, 0, nullptr) == succeeded;
+    return VrpsVrCommand(m_request, command, nullptr, 0, nullptr) == commandSucceeded;
 }
 
 RequestSession::Answer RequestSession::ask(const std::wstring &command)
 {
     wchar_t buffer[answerCapacity] = L"";
     const int status = VrpsVrCommand(m_request, command, buffer, answerCapacity, nullptr);
-    return {status == succeeded, buffer};
+    return {status == commandSucceeded, buffer};
 }
 
 std::wstring RequestSession::errorDetail(const wchar_t *field)

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int succeeded = 1;
 constexpr int errorInfoBytes = 4096;
 constexpr int bytesPerCharacter = 4; // the longest UTF-8 sequence
 
@@ -95,7 +94,7 @@ int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, i
     for (bool retried = false;; retried = true) {
         const auto [status, text] = callLibrary(request, utf8Command, buffer.bytes(), extra);
         copyToCaller(text, buffer);
-        if (status == succeeded) {
+        if (status == commandSucceeded) {
             log.WriteLn((L" - Result buffer: " + escapeControls(maskResult(command, text))).c_str());
             return status;
         }

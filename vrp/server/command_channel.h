@@ -24,7 +24,11 @@ std::int64_t VrpsConnectVarek(const std::wstring &server, int port, bool ssl, co
 /// The handle that a result of VrpsConnectVarek holds; null for a ConnectionOutcome.
 void *VrpsRequestOf(std::int64_t connection);
 
+/// What a command that succeeds returns.
+inline constexpr int commandSucceeded = 1;
+
 /// Carries out one command and logs it with its result, passwords masked. `result` holds `resultCapacity`
-/// wide characters, terminator included, or is null. Retries once on a network error. Returns 1 for success.
+/// wide characters, terminator included, or is null. Retries once on a network error. Returns the library's
+/// status.
 int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, int resultCapacity,
                   int *extra);

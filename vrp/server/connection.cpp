@@ -21,7 +21,6 @@
 
 namespace {
 
-constexpr int succeeded = 1;
 constexpr int errorAnswerCapacity = 1024; // characters
 
 struct CloseRequest
@@ -71,7 +70,7 @@ bool testCommandSucceeds(void *request, const ConnectionParameters &parameters)
     if (!parameters.loginArguments.empty()) {
         command += L" " + parameters.loginArguments;
     }
-    return VrpsVrCommand(request, command, nullptr, 0, nullptr) == succeeded;
+    return VrpsVrCommand(request, command, nullptr, 0, nullptr) == commandSucceeded;
 }
 
 std::wstring errorAnswer(void *request, const wchar_t *field)

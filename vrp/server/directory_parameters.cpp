@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/server/directory_parameters.h"
 
-#include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/server/RequestSession.h"
 #include "vrp/server/command_channel.h"
@@ -55,18 +54,6 @@ std::int64_t connectTo(const DirectoryAddress &address)
     parameters.port = address.port;
     parameters.application = address.application;
     return connectWithRetry(parameters);
-}
-
-void logRefusal(std::int64_t outcome)
-{
-    VrpLog &log = VrpsGetMain()->log;
-    if (outcome == connectionCancelled) {
-        log.WriteLn(L"User canceled the operation");
-    } else if (outcome == connectionBadUser) {
-        log.WriteLn(L"Bad user");
-    } else if (outcome == connectionBadPassword) {
-        log.WriteLn(L"Bad password");
-    }
 }
 
 DirectoryConnection connectToFirstThatAnswers()

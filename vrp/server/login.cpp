@@ -6,7 +6,7 @@
 #include "vrp/platform/keyword.h"
 #include "vrp/server/command_channel.h"
 #include "vrp/settings/settings_store.h"
-#include "vrp/ui/message_boxes.h"
+#include "vrp/ui/error_report.h"
 #include "vrp/ui/progress.h"
 
 namespace {
@@ -36,9 +36,7 @@ void forgetPassword()
 
 void refuse(const wchar_t *messageId)
 {
-    if (!VrpsGetMain()->silent) {
-        VrpsErrorMessage(messageId, 0);
-    }
+    reportError(messageId);
     CloseMessageWindow();
     forgetPassword();
 }
@@ -77,21 +75,30 @@ std::int64_t connectWithRetry(const ConnectionParameters &parameters)
     return outcome == connectionFailed ? connect(parameters) : outcome;
 }
 
-RequestSession logIn(const ConnectionParameters &parameters)
+void logRefusal(std::int64_t outcome)
 {
     VrpLog &log = VrpsGetMain()->log;
+    if (outcome == connectionCancelled) {
+        log.WriteLn(L"User canceled the operation");
+    } else if (outcome == connectionBadUser) {
+        log.WriteLn(L"Bad user");
+    } else if (outcome == connectionBadPassword) {
+        log.WriteLn(L"Bad password");
+    }
+}
+
+RequestSession logIn(const ConnectionParameters &parameters)
+{
     const std::int64_t outcome = connectWithRetry(parameters);
+    logRefusal(outcome);
     switch (outcome) {
     case connectionCancelled:
-        log.WriteLn(L"User canceled the operation");
         CloseMessageWindow();
         break;
     case connectionBadUser:
-        log.WriteLn(L"Bad user");
         refuse(resource::errorsBadUser);
         break;
     case connectionBadPassword:
-        log.WriteLn(L"Bad password");
         refuse(resource::errorsBadPassword);
         break;
     case connectionFailed:

@@ -4,15 +4,14 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/server/RequestSession.h"
+#include "vrp/ui/error_report.h"
 #include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"
 
 int failWith(RequestSession &session, const wchar_t *messageId)
 {
     session.close();
-    if (!VrpsGetMain()->silent) {
-        VrpsErrorMessage(messageId, 0);
-    }
+    reportError(messageId);
     CloseMessageWindow();
     return 1;
 }
