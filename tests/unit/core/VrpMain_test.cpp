@@ -11,13 +11,22 @@ namespace {
 
 static_assert(std::has_virtual_destructor_v<VrpMain>);
 static_assert(std::has_virtual_destructor_v<VrpLog>);
-static_assert(std::extent_v<decltype(VrpMain::configFilePath)> == 2048);
-static_assert(std::extent_v<decltype(VrpMain::installSourceDir)> == 2048);
-static_assert(std::extent_v<decltype(VrpMain::uninstallPrgmOptions)> == 2048);
-static_assert(std::extent_v<decltype(VrpMain::printerHelp)> == 2048);
-static_assert(std::extent_v<decltype(VrpMain::printerName)> == 256);
-static_assert(std::extent_v<decltype(VrpMain::company)> == 256);
-static_assert(std::extent_v<decltype(VrpMain::version)> == 32);
+
+/// Whether all of these fields hold `capacity` characters, the terminator included.
+template <std::size_t capacity, typename... Fields>
+constexpr bool hold(Fields VrpMain::*.../*fields*/)
+{
+    return ((std::extent_v<Fields> == capacity) && ...);
+}
+
+static_assert(hold<2048>(&VrpMain::configFilePath, &VrpMain::installSourceDir, &VrpMain::uninstallPrgmOptions,
+                         &VrpMain::printerHelp));
+static_assert(hold<256>(&VrpMain::printerTitle, &VrpMain::monitorName, &VrpMain::monitorDll,
+                        &VrpMain::monitorSrcDll, &VrpMain::serverLibraryFile, &VrpMain::printerName,
+                        &VrpMain::printerPort, &VrpMain::printerDriver, &VrpMain::printProcessor,
+                        &VrpMain::programName, &VrpMain::programSource, &VrpMain::company,
+                        &VrpMain::softwareName, &VrpMain::copyright));
+static_assert(hold<32>(&VrpMain::version));
 
 TEST(ApplicationObject, is_the_same_one_everywhere)
 {

@@ -217,7 +217,8 @@ TEST_F(ConcurrentStores, what_a_killed_writer_left_behind_does_no_harm_and_goes_
     store(L"LastMode", L"2");
     EXPECT_EQ(userSetting(L"Sdir"), L"kept");
     EXPECT_EQ(userSetting(L"LastMode"), L"2");
-    EXPECT_EQ(QDir(QFileInfo(file()).path()).entryList(QDir::Files), QStringList(QStringLiteral("Print.conf")));
+    EXPECT_EQ(QDir(QFileInfo(file()).path()).entryList(QDir::Files),
+              QStringList(QStringLiteral("Print.conf")));
 }
 
 TEST_F(ConcurrentStores, a_writer_that_never_ends_delays_another_and_does_not_stop_it)
