@@ -175,7 +175,7 @@ void *VrOpenRequest(const char *connection)
 
 int VrCommand(void *request, const char *command, char *result, int capacity, int *extra)
 {
-    EXPECT_EQ(extra, nullptr);
+    EXPECT_EQ(extra, current->expectedExtra);
     return current->command(request, command, result, capacity);
 }
 

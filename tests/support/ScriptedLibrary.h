@@ -57,6 +57,9 @@ public:
     /// The size in bytes of the buffer that was given with the last command that begins so; -1 for none.
     [[nodiscard]] int capacityOf(const std::string &command) const;
 
+    /// The integer that every command is expected to bring along: none, but where a test passes one.
+    int *expectedExtra = nullptr;
+
     // What the three functions do.
     void *open(const char *connection);
     int command(void *request, const char *command, char *result, int capacity);

@@ -137,6 +137,15 @@ TEST_F(RunModes, help_opens_the_page_of_the_user_before_that_of_the_machine)
     EXPECT_EQ(openedPage(), "http://localhost/user");
 }
 
+TEST_F(RunModes, options_of_the_toolkit_are_none_of_the_program)
+{
+    installPrinter();
+    EXPECT_EQ(run({"-m", "help", "-p", "Office", "-platform", "nosuchplatform"}), 0);
+    EXPECT_EQ(run({"-m", "help", "-p", "Office", "-platform", "offscreen"},
+                  {{"DISPLAY", ""}, {"QT_QPA_PLATFORM", "xcb"}}),
+              1);
+}
+
 TEST_F(RunModes, help_without_a_page_succeeds)
 {
     installPrinter();

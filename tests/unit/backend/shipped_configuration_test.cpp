@@ -86,6 +86,15 @@ bool isText(const std::string &name)
     return name.starts_with("Dlg") && !name.ends_with("/Position");
 }
 
+/// A text as it stands between the quotes of an INI file.
+std::string inIniForm(std::string text)
+{
+    for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n')) {
+        text.replace(at, 1, "\\n");
+    }
+    return text;
+}
+
 int numbersIn(const std::string &text)
 {
     int count = 0;
@@ -105,6 +114,21 @@ TEST(ShippedConfiguration, sets_exactly_what_installation_reads)
         }
         for (const auto &[name, value] : entries) {
             ADD_FAILURE() << file << " holds what nobody reads: " << name;
+        }
+    }
+}
+
+TEST(ShippedConfiguration, says_in_english_what_the_program_says_without_it)
+{
+    auto entries = readQuoted("varek.ini");
+    for (const Resource &resource : resources()) {
+        const bool isSaid = isText(resource.name) || resource.name.starts_with("Software/") ||
+                            resource.name.starts_with("Setup/Intro") || resource.name.ends_with("tallOk") ||
+                            resource.name.ends_with("/Title");
+        if (isSaid) {
+            // A blank or a percentage may follow, where there is room for it.
+            EXPECT_THAT(entries[resource.name], testing::StartsWith(inIniForm(resource.defaultText)))
+                << resource.name;
         }
     }
 }

@@ -66,6 +66,14 @@ TEST_F(CommandChannel, the_library_gets_four_bytes_for_each_character_of_the_buf
     EXPECT_EQ(library.capacityOf("VR_CMD=|X|"), 4 * 8192);
 }
 
+TEST_F(CommandChannel, the_extra_integer_of_a_caller_reaches_the_library)
+{
+    int extra = 7;
+    library.expectedExtra = &extra;
+    EXPECT_EQ(VrpsVrCommand(request, L"VR_CMD=|X|", nullptr, 0, &extra), 1);
+    EXPECT_EQ(extra, 7);
+}
+
 TEST_F(CommandChannel, a_result_that_fills_the_buffer_with_longest_characters_is_whole)
 {
     std::string printers;
