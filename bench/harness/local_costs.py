@@ -34,9 +34,9 @@ def memory(bench):
         peaks[size] = bench.upload(bench.document(size), enter=here)["peakKib"] / 1024
         bench.demand_intact(bench.document(size))
     section = "Memory"
-    rows = [Row(section, f"driver, {bench.size(size) / MIB:.3g} MiB: peak", peak, unit="MiB", goal="at most 24", limit=24)
+    rows = [Row(section, f"driver, {bench.size(size) / MIB:.4g} MiB: peak", peak, unit="MiB", goal="at most 24", limit=24)
             for size, peak in peaks.items()]
-    return [*rows, Row(section, f"growth from {bench.size(16) / MIB:.3g} MiB to {bench.size(1024) / MIB:.3g} MiB",
+    return [*rows, Row(section, f"growth from {bench.size(16) / MIB:.4g} MiB to {bench.size(1024) / MIB:.4g} MiB",
                        peaks[1024] - peaks[16], unit="MiB", goal="at most 2", limit=2)]
 
 
