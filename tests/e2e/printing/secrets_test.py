@@ -191,6 +191,14 @@ class Secrets(unittest.TestCase):
     def test_core_files_of_the_server_are_off(self):
         self.assertEqual(core_limits(processes("vrserver")[0]), ("0", "0"))
 
+    def test_core_files_of_the_servers_user_commands_are_off(self):
+        for command in ("add", "passwd"):
+            with self.subTest(command=command):
+                # It waits for a password that it does not get.
+                with subprocess.Popen(["/usr/sbin/vrserver", "--data", DATA, "user", command, "nobody-yet"],
+                                      stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as program:
+                    wait_until(lambda process=program.pid: core_limits(process) == ("0", "0"), "the command forbids core files")
+
     def test_the_servers_files_are_its_own(self):
         self.assertEqual(stat.S_IMODE(os.stat(DATA).st_mode), 0o700)
         for path in changed_files([DATA], 0):
