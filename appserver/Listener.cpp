@@ -10,6 +10,7 @@
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <openssl/crypto.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/eventfd.h>
@@ -182,6 +183,7 @@ void Listener::startThread(UniqueFd socket)
     try {
         std::thread([this, rules, overload, held = std::make_shared<UniqueFd>(std::move(socket))] {
             serve(std::move(*held), rules, overload);
+            OPENSSL_thread_stop(); // once the last thread has left, the process may end
             m_connections.leave();
         }).detach();
     } catch (const std::system_error &trouble) {
