@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr int answerYes = 1;
-constexpr int answerCancel = 2;
-
 bool checkWanted(ParameterMap &parameters)
 {
     return keyword(parameters[L"LAST_VERSION_CHECK"]) == L"YES" &&
@@ -39,11 +36,11 @@ int VrpsCheckVersion(ParameterMap &parameters)
         return 0;
     }
     VrpMain &main = *VrpsGetMain();
-    main.updateAnswer = 0;
+    main.updateAnswer = updateNo;
     VrpsAskUpdate();
-    if (main.updateAnswer == answerYes) {
+    if (main.updateAnswer == updateYes) {
         VrpsRunBrowser(download.c_str());
         return 1;
     }
-    return main.updateAnswer == answerCancel ? 1 : 0;
+    return main.updateAnswer == updateCancel ? 1 : 0;
 }

@@ -4,6 +4,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/ui/resource_text.h"
+#include "vrp/ui/update_prompt.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -30,18 +31,18 @@ void AskUpdateDialog::createDialog()
 
 void AskUpdateDialog::onYes()
 {
-    VrpsGetMain()->updateAnswer = 1;
+    VrpsGetMain()->updateAnswer = updateYes;
     accept();
 }
 
 void AskUpdateDialog::onNo()
 {
-    VrpsGetMain()->updateAnswer = 0;
+    VrpsGetMain()->updateAnswer = updateNo;
     accept();
 }
 
 void AskUpdateDialog::onCancel()
 {
-    VrpsGetMain()->updateAnswer = 2;
+    VrpsGetMain()->updateAnswer = updateCancel;
     reject();
 }
