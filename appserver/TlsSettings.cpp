@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/TlsSettings.h"
 
-#include <openssl/err.h>
-#include <stdexcept>
-#include <string>
+#include "appserver/openssl_error.h"
 
 namespace appserver {
 
@@ -11,12 +9,9 @@ namespace {
 
 constexpr std::size_t readBufferBytes = 64 * 1024;
 
-void require(bool succeeded, const char *what)
+void require(bool succeeded, const std::string &what)
 {
-    if (!succeeded) {
-        throw std::runtime_error(std::string("TLS: ") + what + ": " +
-                                 ERR_reason_error_string(ERR_get_error()));
-    }
+    requireOpenSsl(succeeded, "TLS: " + what);
 }
 
 std::shared_ptr<SSL_CTX> newContext(const CertificateFiles &files)
@@ -36,9 +31,9 @@ std::shared_ptr<SSL_CTX> newContext(const CertificateFiles &files)
                                         SSL_MODE_RELEASE_BUFFERS);
     require(SSL_CTX_set_cipher_list(context.get(), "ECDHE+AESGCM:ECDHE+CHACHA20") == 1, "no ciphers");
     require(SSL_CTX_use_certificate_chain_file(context.get(), files.certificate.c_str()) == 1,
-            "cannot use the certificate");
+            "cannot use the certificate " + files.certificate.string());
     require(SSL_CTX_use_PrivateKey_file(context.get(), files.key.c_str(), SSL_FILETYPE_PEM) == 1,
-            "cannot use the key");
+            "cannot use the key " + files.key.string());
     require(SSL_CTX_check_private_key(context.get()) == 1, "the key does not belong to the certificate");
     return context;
 }

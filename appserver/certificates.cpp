@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/certificates.h"
 
+#include "appserver/openssl_error.h"
 #include "appserver/server_files.h"
 
 #include <algorithm>
@@ -8,12 +9,10 @@
 #include <array>
 #include <memory>
 #include <openssl/bio.h>
-#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
-#include <stdexcept>
 
 namespace appserver {
 
@@ -41,12 +40,9 @@ constexpr long authorityDays = 3650;
 constexpr long certificateDays = 825; // some systems refuse certificates that are valid for longer
 constexpr long renewDays = 30;
 
-void require(bool succeeded, const char *what)
+void require(bool succeeded, const std::string &what)
 {
-    if (!succeeded) {
-        throw std::runtime_error(std::string("certificate: ") + what + ": " +
-                                 ERR_reason_error_string(ERR_get_error()));
-    }
+    requireOpenSsl(succeeded, "certificate: " + what);
 }
 
 bool isIpAddress(const std::string &name)
@@ -94,7 +90,7 @@ KeyPtr readKey(const std::filesystem::path &path)
 {
     const std::string text = readWholeFile(path, pemMaxBytes);
     KeyPtr key(PEM_read_bio_PrivateKey(bioOf(text).get(), nullptr, nullptr, nullptr));
-    require(key != nullptr, ("cannot read " + path.string()).c_str());
+    require(key != nullptr, "cannot read " + path.string());
     return key;
 }
 
@@ -102,7 +98,7 @@ CertificatePtr readCertificate(const std::filesystem::path &path)
 {
     const std::string text = readWholeFile(path, pemMaxBytes);
     CertificatePtr certificate(PEM_read_bio_X509(bioOf(text).get(), nullptr, nullptr, nullptr));
-    require(certificate != nullptr, ("cannot read " + path.string()).c_str());
+    require(certificate != nullptr, "cannot read " + path.string());
     return certificate;
 }
 
