@@ -23,7 +23,7 @@ std::filesystem::path emptySessionFolder(const std::filesystem::path &dataFolder
 } // namespace
 
 AppServices::AppServices(const std::filesystem::path &dataFolder, ServerConfiguration configuration)
-    : database(dataFolder / "vrserver.db"), replayCache(std::filesystem::absolute(dataFolder / "tickets")),
+    : database(databaseFileIn(dataFolder)), replayCache(std::filesystem::absolute(dataFolder / "tickets")),
       users(database), documents(database, dataFolder / "documents"),
       sessions(emptySessionFolder(dataFolder)),
       m_configuration(std::make_shared<const ServerConfiguration>(std::move(configuration)))

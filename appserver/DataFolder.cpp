@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/DataFolder.h"
 
+#include "appserver/Database.h"
 #include "appserver/default_configuration.h"
 
 #include <algorithm>
@@ -32,18 +33,9 @@ bool isWildcard(const std::string &address)
 DataFolder::DataFolder(const std::filesystem::path &path) : m_path(std::filesystem::absolute(path))
 {}
 
-bool DataFolder::prepare(const ListenSettings &firstSettings)
-{
-    createPrivateFolder(m_path);
-    if (std::filesystem::exists(configurationFile())) {
-        return false;
-    }
-    writeFileAtomically(configurationFile(), defaultConfiguration(firstSettings));
-    return true;
-}
-
 void DataFolder::lockForServer()
 {
+    createPrivateFolder(m_path);
     m_lock =
         UniqueFd(::open((m_path / "vrserver.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!m_lock) {
@@ -52,6 +44,24 @@ void DataFolder::lockForServer()
     if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
         throw std::runtime_error("another server is running in " + m_path.string());
     }
+}
+
+bool DataFolder::prepare(const ListenSettings &firstSettings) const
+{
+    if (!std::filesystem::exists(configurationFile())) {
+        // A configuration that is only made anew leaves the users alone.
+        if (!std::filesystem::exists(databaseFileIn(m_path))) {
+            writeFileAtomically(firstStartMark(), {});
+        }
+        writeFileAtomically(configurationFile(), defaultConfiguration(firstSettings));
+    }
+    return std::filesystem::exists(firstStartMark());
+}
+
+void DataFolder::endFirstStart() const
+{
+    std::filesystem::remove(firstStartMark());
+    syncFolder(m_path);
 }
 
 ServerConfiguration DataFolder::readConfiguration() const

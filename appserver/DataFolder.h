@@ -18,10 +18,13 @@ class DataFolder
 public:
     explicit DataFolder(const std::filesystem::path &path);
 
-    /// Creates the folder and the configuration where they are missing. True when this was the first start.
-    bool prepare(const ListenSettings &firstSettings);
-    /// Two servers in one folder would damage it: throws std::runtime_error when another process has it.
+    /// Creates the folder where it is missing. Two servers in one would damage it: throws std::runtime_error
+    /// when another process has it.
     void lockForServer();
+    /// Creates the configuration where it is missing. True from the first start on until endFirstStart(): a
+    /// first start that fails, however late, is repeated by the next one.
+    [[nodiscard]] bool prepare(const ListenSettings &firstSettings) const;
+    void endFirstStart() const;
 
     [[nodiscard]] ServerConfiguration readConfiguration() const;
     /// Creates the certificates where they are missing or too old; they name the server's addresses.
@@ -36,6 +39,8 @@ public:
     [[nodiscard]] std::filesystem::path accessLog() const { return m_path / "access.log"; }
 
 private:
+    [[nodiscard]] std::filesystem::path firstStartMark() const { return m_path / "first-start"; }
+
     std::filesystem::path m_path;
     UniqueFd m_lock;
 };

@@ -49,6 +49,11 @@ CREATE INDEX IF NOT EXISTS documents_by_age ON documents (created_at);
 
 } // namespace
 
+std::filesystem::path databaseFileIn(const std::filesystem::path &dataFolder)
+{
+    return dataFolder / "vrserver.db";
+}
+
 void Database::Closer::operator()(sqlite3 *handle) const
 {
     sqlite3_close_v2(handle);

@@ -13,6 +13,8 @@ struct sqlite3_stmt;
 
 namespace appserver {
 
+[[nodiscard]] std::filesystem::path databaseFileIn(const std::filesystem::path &dataFolder);
+
 /// The SQLite database of a data folder: users and documents. Values always travel as bound parameters. One
 /// connection, used by one thread at a time through Statement; several processes may open the same folder.
 class Database

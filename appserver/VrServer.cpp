@@ -31,10 +31,10 @@ std::string inUrl(const std::string &name)
 
 } // namespace
 
-VrServer::VrServer(const ServerOptions &options)
-    : m_folder(options.data), m_isFirstStart(m_folder.prepare(withOptions({}, options)))
+VrServer::VrServer(const ServerOptions &options) : m_folder(options.data)
 {
     m_folder.lockForServer();
+    m_isFirstStart = m_folder.prepare(withOptions({}, options));
     ServerConfiguration configuration = m_folder.readConfiguration();
     m_listen = withOptions(configuration.listen, options);
     m_folder.prepareCertificates(m_listen);
@@ -45,23 +45,12 @@ VrServer::VrServer(const ServerOptions &options)
     addVrcService(*m_vrcSite, *m_services);
     m_portalSite = std::make_unique<HttpSite>(*m_log, isPortalPostPath);
     addPortalService(*m_portalSite, *m_services);
-    if (m_isFirstStart) {
-        createDemoUser();
-    }
     listen(m_listen);
 }
 
 VrServer::~VrServer()
 {
     stop();
-}
-
-void VrServer::createDemoUser()
-{
-    std::string password = randomPassword();
-    if (m_services->users.add(demoUser, password)) {
-        m_demoPassword = std::move(password);
-    }
 }
 
 void VrServer::listen(const ListenSettings &settings)
@@ -117,14 +106,35 @@ void VrServer::describe(std::ostream &out) const
     if (m_ports.plainPortal != 0) {
         out << "portal without TLS: " << url(false, m_ports.plainPortal) << "/portal?client=vrp\n";
     }
-    if (!m_demoPassword.empty()) {
-        out << "demo user: " << demoUser << '\n'
-            << "demo password: " << m_demoPassword << '\n'
-            << "The password is shown this once; vrserver user passwd " << demoUser << " --data "
-            << m_folder.path().string() << " sets another one.\n"
-            << "The portal opens at the end of a print; a browser trusts it once the certificate authority "
-               "is "
-               "imported.\n";
+}
+
+void VrServer::introduceDemoUser(std::ostream &out)
+{
+    std::string password = randomPassword();
+    // A first start that failed later than here has left a user whose password nobody has seen.
+    if (!m_services->users.add(demoUser, password)) {
+        m_services->users.setPassword(demoUser, password);
+    }
+    out << "demo user: " << demoUser << '\n'
+        << "demo password: " << password << '\n'
+        << "The password is shown this once; vrserver user passwd " << demoUser << " --data "
+        << m_folder.path().string() << " sets another one.\n"
+        << "The portal opens at the end of a print; a browser trusts it once the certificate authority is "
+           "imported.\n"
+        << std::flush;
+    wipe(password);
+    if (!out) {
+        throw std::runtime_error("the demo user's password could not be shown");
+    }
+}
+
+void VrServer::announce(std::ostream &out)
+{
+    describe(out);
+    if (m_isFirstStart) {
+        introduceDemoUser(out);
+        m_folder.endFirstStart();
+        m_isFirstStart = false;
     }
     out << "ready\n" << std::flush;
 }

@@ -26,9 +26,9 @@ public:
     VrServer(const VrServer &) = delete;
     VrServer &operator=(const VrServer &) = delete;
 
-    /// Where everything is, one "name: value" a line. The demo user's password is known at the first start
-    /// alone.
-    void describe(std::ostream &out) const;
+    /// Says where everything is, one "name: value" a line, then "ready". At the first start it makes the demo
+    /// user in between, and throws when it cannot say the password: the next start is the first one again.
+    void announce(std::ostream &out);
 
     /// Reads configuration and certificates again; what cannot be read stays as it is.
     void reload();
@@ -46,15 +46,15 @@ private:
         int plainPortal = 0;
     };
 
-    void createDemoUser();
+    void describe(std::ostream &out) const;
+    void introduceDemoUser(std::ostream &out);
     void listen(const ListenSettings &settings);
     int addListener(const std::string &address, int port, HttpSite &site, bool tls);
     [[nodiscard]] ConnectionRules rules() const;
     [[nodiscard]] std::string url(bool tls, int port) const;
 
     DataFolder m_folder;
-    bool m_isFirstStart;
-    std::string m_demoPassword; ///< empty but at the first start
+    bool m_isFirstStart = false;
     ListenSettings m_listen;
     std::unique_ptr<AppServices> m_services;
     std::unique_ptr<TlsSettings> m_tls;

@@ -64,7 +64,7 @@ std::string readPassword()
 
 std::filesystem::path existingDatabase(const ServerOptions &options)
 {
-    std::filesystem::path path = options.data / "vrserver.db";
+    std::filesystem::path path = databaseFileIn(options.data);
     if (!std::filesystem::exists(path)) {
         throw std::runtime_error(options.data.string() + " is no data folder: start the server once");
     }

@@ -52,7 +52,7 @@ int serve(const ServerOptions &options)
     allowManyDescriptors();
     const sigset_t signals = blockSignals();
     appserver::VrServer server(options);
-    server.describe(std::cout);
+    server.announce(std::cout);
     for (;;) {
         const timespec wait{tidySeconds, 0};
         const int number = sigtimedwait(&signals, nullptr, &wait);

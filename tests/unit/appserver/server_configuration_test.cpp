@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/DataFolder.h"
+#include "appserver/TlsSettings.h"
+#include "appserver/VrServer.h"
 #include "appserver/default_configuration.h"
 #include "appserver/portal_pages.h"
 #include "appserver/server_log.h"
@@ -7,6 +9,7 @@
 #include "tests/unit/appserver/AppServerTest.h"
 
 #include <fstream>
+#include <sstream>
 #include <sys/stat.h>
 
 namespace appserver {
@@ -177,8 +180,8 @@ class DataFolderTest : public AppServerTest
 TEST_F(DataFolderTest, keys_and_configuration_are_private_and_made_once)
 {
     DataFolder data(folder / "data");
+    data.lockForServer();
     EXPECT_TRUE(data.prepare({}));
-    EXPECT_FALSE(data.prepare({}));
     data.prepareCertificates({});
     const CertificateFiles files = data.certificates();
     const std::string first = readWholeFile(files.certificate, 65536);
@@ -193,9 +196,63 @@ TEST_F(DataFolderTest, keys_and_configuration_are_private_and_made_once)
     }
 }
 
+TEST_F(DataFolderTest, a_first_start_is_repeated_until_it_has_ended)
+{
+    DataFolder data(folder / "data");
+    data.lockForServer();
+    EXPECT_TRUE(data.prepare({}));
+    EXPECT_TRUE(data.prepare({}));
+    data.endFirstStart();
+    EXPECT_FALSE(data.prepare({}));
+}
+
+TEST_F(DataFolderTest, a_password_that_nobody_could_read_is_replaced_and_shown_by_the_next_start)
+{
+    const ServerOptions options =
+        optionsOf({"--data", (folder / "data").c_str(), "--port", "0", "--portal-port", "0"});
+    std::ostream nowhere(nullptr);
+    EXPECT_THROW(VrServer(options).announce(nowhere), std::runtime_error);
+    std::ostringstream second;
+    VrServer(options).announce(second);
+    EXPECT_THAT(second.str(), HasSubstr("\ndemo password: "));
+    std::ostringstream third;
+    VrServer(options).announce(third);
+    EXPECT_THAT(third.str(), ::testing::Not(HasSubstr("demo password")));
+}
+
+TEST_F(DataFolderTest, a_configuration_that_is_made_anew_is_no_first_start)
+{
+    DataFolder data(folder / "data");
+    data.lockForServer();
+    EXPECT_TRUE(data.prepare({}));
+    data.endFirstStart();
+    const Database database(databaseFileIn(folder / "data"));
+    std::filesystem::remove(data.configurationFile());
+    EXPECT_FALSE(data.prepare({}));
+    EXPECT_TRUE(std::filesystem::exists(data.configurationFile()));
+}
+
+TEST_F(DataFolderTest, a_certificate_that_cannot_be_opened_is_named_with_the_reason)
+{
+    DataFolder data(folder / "data");
+    data.lockForServer();
+    static_cast<void>(data.prepare({}));
+    data.prepareCertificates({});
+    const CertificateFiles files = data.certificates();
+    std::filesystem::remove(files.certificate);
+    try {
+        const TlsSettings settings(files);
+        ADD_FAILURE() << "no error";
+    } catch (const std::runtime_error &error) {
+        EXPECT_EQ(error.what(), "TLS: cannot use the certificate " + files.certificate.string() +
+                                    ": No such file or directory");
+    }
+}
+
 TEST_F(DataFolderTest, a_new_name_gets_a_new_certificate_of_the_same_authority)
 {
     DataFolder data(folder / "data");
+    data.lockForServer();
     static_cast<void>(data.prepare({}));
     data.prepareCertificates({});
     const CertificateFiles files = data.certificates();
@@ -212,7 +269,6 @@ TEST_F(DataFolderTest, serves_one_server_at_a_time)
 {
     DataFolder first(folder / "data");
     DataFolder second(folder / "data");
-    static_cast<void>(first.prepare({}));
     first.lockForServer();
     EXPECT_THROW(second.lockForServer(), std::runtime_error);
 }
