@@ -7,6 +7,7 @@
 #include <csignal>
 #include <ctime>
 #include <iostream>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <vector>
@@ -66,19 +67,28 @@ int serve(const ServerOptions &options)
     }
 }
 
+/// A list that nobody got is no success.
+int afterOutput(int status)
+{
+    if (!std::cout.flush()) {
+        throw std::runtime_error("the output cannot be written");
+    }
+    return status;
+}
+
 int run(const ServerOptions &options)
 {
     switch (options.action) {
     case ServerOptions::Action::help:
         std::cout << appserver::usageText();
-        return 0;
+        return afterOutput(0);
     case ServerOptions::Action::version:
         std::cout << "vrserver " << VAREK_VERSION << '\n';
-        return 0;
+        return afterOutput(0);
     case ServerOptions::Action::user:
-        return appserver::administerUsers(options);
+        return afterOutput(appserver::administerUsers(options));
     case ServerOptions::Action::documents:
-        return appserver::listDocuments(options);
+        return afterOutput(appserver::listDocuments(options));
     case ServerOptions::Action::serve:
         break;
     }

@@ -187,6 +187,13 @@ TEST_F(Administration, users_are_added_listed_and_removed_while_the_server_runs)
     EXPECT_EQ(login("ada", "lovelace"), "X 1 SYSTEM/SECURITY/101");
 }
 
+TEST_F(Administration, a_list_that_cannot_be_written_is_no_success)
+{
+    const std::string program = std::string(VAREK_BUILD_DIR) + "/bin/vrserver";
+    EXPECT_EQ(outputOf(program + " user list" + data() + " 2>&1 >/dev/full; echo $?"),
+              "vrserver: the output cannot be written\n1\n");
+}
+
 TEST_F(Administration, a_new_password_is_in_force_at_once_and_the_old_one_is_not)
 {
     EXPECT_EQ(ServerCommand("user passwd demo" + data(), "another one\n").status(), 0);
