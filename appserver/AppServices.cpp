@@ -4,6 +4,7 @@
 #include "appserver/server_files.h"
 
 #include <ctime>
+#include <stdexcept>
 
 namespace appserver {
 
@@ -15,7 +16,10 @@ constexpr std::int64_t daySeconds = 24 * 3600;
 std::filesystem::path emptySessionFolder(const std::filesystem::path &dataFolder)
 {
     std::filesystem::path folder = dataFolder / "sessions";
-    std::filesystem::remove_all(folder);
+    removeFolder(folder);
+    if (std::filesystem::exists(folder)) {
+        throw std::runtime_error("cannot empty " + folder.string());
+    }
     createPrivateFolder(folder);
     return folder;
 }

@@ -161,10 +161,12 @@ void DocumentStore::removeStrayFiles()
     for (const Document &document : all()) {
         known.insert(fileOf(document).filename().string());
     }
-    for (const auto &entry : std::filesystem::directory_iterator(m_folder)) {
-        std::error_code ignored;
-        if (!known.contains(entry.path().filename().string()) && entry.last_write_time(ignored) < youngest) {
-            std::filesystem::remove(entry.path(), ignored);
+    for (const std::string &name : namesIn(m_folder)) {
+        std::error_code trouble;
+        const std::filesystem::path path = m_folder / name;
+        const auto writtenAt = std::filesystem::last_write_time(path, trouble);
+        if (!trouble && writtenAt < youngest && !known.contains(name)) {
+            std::filesystem::remove(path, trouble);
         }
     }
 }

@@ -72,7 +72,7 @@ HttpSite::HttpSite(AccessLog &log, PostFilter takesPost) : m_log(log), m_takesPo
             try {
                 std::rethrow_exception(std::move(trouble));
             } catch (const std::exception &exception) {
-                logLine(std::string("request failed: ") + exception.what());
+                logFailure("request failed", exception);
             } catch (...) {
                 logLine("request failed");
             }

@@ -75,6 +75,26 @@ int portOf(int socket)
     return ntohs(port);
 }
 
+/// A connection in the set, for as long as this lives.
+class Membership
+{
+public:
+    Membership(ConnectionSet &connections, ClientConnection &connection)
+        : m_connections(connections), m_connection(connection)
+    {
+        m_connections.add(&m_connection);
+    }
+
+    ~Membership() { m_connections.remove(&m_connection); }
+
+    Membership(const Membership &) = delete;
+    Membership &operator=(const Membership &) = delete;
+
+private:
+    ConnectionSet &m_connections;
+    ClientConnection &m_connection;
+};
+
 } // namespace
 
 std::size_t ConnectionSet::enter()
@@ -186,18 +206,18 @@ void Listener::startThread(UniqueFd socket)
             OPENSSL_thread_stop(); // once the last thread has left, the process may end
             m_connections.leave();
         }).detach();
-    } catch (const std::system_error &trouble) {
-        logLine(std::string("cannot start a thread: ") + trouble.what());
+    } catch (const std::exception &trouble) {
+        logFailure("cannot start a thread", trouble);
         m_connections.leave();
     }
 }
 
 void Listener::serve(UniqueFd socket, const ConnectionRules &rules, bool overload) const
 {
-    ClientConnection connection(std::move(socket), rules.limits);
-    m_connections.add(&connection);
-    const auto context = m_tls != nullptr ? m_tls->context() : nullptr;
     try {
+        ClientConnection connection(std::move(socket), rules.limits);
+        const Membership membership(m_connections, connection);
+        const auto context = m_tls != nullptr ? m_tls->context() : nullptr;
         if (!context || connection.startTls(context.get())) {
             if (overload) {
                 m_site.serveOverload(connection);
@@ -207,9 +227,8 @@ void Listener::serve(UniqueFd socket, const ConnectionRules &rules, bool overloa
             connection.close();
         }
     } catch (const std::exception &trouble) {
-        logLine(std::string("connection failed: ") + trouble.what());
+        logFailure("connection failed", trouble);
     }
-    m_connections.remove(&connection);
 }
 
 void Listener::serveRequests(ClientConnection &connection) const

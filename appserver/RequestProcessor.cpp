@@ -35,7 +35,7 @@ void requireWellFormed(bool condition)
 /// Says what went wrong with the server itself, without telling strangers about its folders.
 wire::ErrorInfo troubleOf(const std::exception &trouble)
 {
-    logLine(std::string("command failed: ") + trouble.what());
+    logFailure("command failed", trouble);
     const auto *system = dynamic_cast<const std::system_error *>(&trouble);
     const std::string reason = system != nullptr ? ": " + system->code().message() : std::string();
     return wire::makeError(errors::CannotStore, "the server cannot store the data" + reason);

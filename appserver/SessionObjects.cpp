@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <system_error>
 
 namespace appserver {
 
@@ -74,8 +73,7 @@ SessionObjects::SessionObjects(std::filesystem::path folder) : m_folder(std::mov
 SessionObjects::~SessionObjects()
 {
     m_objects.clear();
-    std::error_code ignored;
-    std::filesystem::remove_all(m_folder, ignored);
+    removeFolder(m_folder);
 }
 
 FilePtr SessionObjects::newFile()

@@ -147,7 +147,7 @@ void VrServer::reload()
         m_tls->reload(m_folder.certificates());
         logLine("configuration read again");
     } catch (const std::exception &trouble) {
-        logLine(std::string("the configuration stays as it was: ") + trouble.what());
+        logFailure("the configuration stays as it was", trouble);
     }
     m_log->reopen();
 }
@@ -157,7 +157,7 @@ void VrServer::tidyUp()
     try {
         m_services->tidyUp();
     } catch (const std::exception &trouble) {
-        logLine(std::string("cannot tidy up: ") + trouble.what());
+        logFailure("cannot tidy up", trouble);
     }
 }
 

@@ -5,13 +5,26 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <ftw.h>
+#include <memory>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace appserver {
+
+namespace {
+
+struct FolderCloser
+{
+    void operator()(DIR *stream) const { ::closedir(stream); }
+};
+
+} // namespace
 
 UniqueFd &UniqueFd::operator=(UniqueFd &&other) noexcept
 {
@@ -144,6 +157,37 @@ void createPrivateFolder(const std::filesystem::path &path)
     if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
         throwSystemError("cannot create the folder " + path.string());
     }
+}
+
+std::vector<std::string> namesIn(const std::filesystem::path &folder)
+{
+    const std::unique_ptr<DIR, FolderCloser> stream(::opendir(folder.c_str()));
+    if (!stream) {
+        throwSystemError("cannot open " + folder.string());
+    }
+    std::vector<std::string> names;
+    errno = 0;
+    while (const dirent *entry = ::readdir(stream.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+        errno = 0;
+    }
+    if (errno != 0) {
+        throwSystemError("cannot read " + folder.string());
+    }
+    return names;
+}
+
+void removeFolder(const std::filesystem::path &folder) noexcept
+{
+    constexpr int openFolders = 8;
+    const auto removeEntry = [](const char *path, const struct stat *, int, FTW *) {
+        ::remove(path);
+        return 0;
+    };
+    ::nftw(folder.c_str(), removeEntry, openFolders, FTW_DEPTH | FTW_PHYS);
 }
 
 } // namespace appserver

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 /// Files of the data folder: descriptors that close themselves, writes that are whole or not there at all.
 /// Every function throws std::system_error with the path in its text when the system refuses.
@@ -60,5 +61,12 @@ void writeFileAtomically(const std::filesystem::path &path, std::string_view con
                          bool published = false);
 /// Creates the folder with mode 0700 where it is missing.
 void createPrivateFolder(const std::filesystem::path &path);
+
+// The standard library's way through a folder ends the process where there is no memory for a name.
+
+/// The names in a folder, but "." and "..".
+[[nodiscard]] std::vector<std::string> namesIn(const std::filesystem::path &folder);
+/// Removes a folder with all that is in it; what cannot be removed stays. Throws nothing.
+void removeFolder(const std::filesystem::path &folder) noexcept;
 
 } // namespace appserver

@@ -22,7 +22,7 @@ bool isPlain(char c)
 }
 
 /// One call, so that lines of several threads do not mix.
-void writeLine(int fd, const std::string &line)
+void writeLine(int fd, std::string_view line)
 {
     if (::write(fd, line.data(), line.size()) < 0) {
         // A full disk must not stop the service, and there is nowhere to say so.
@@ -35,6 +35,15 @@ void writeLine(int fd, const std::string &line)
 void logLine(std::string_view text)
 {
     writeLine(STDERR_FILENO, "vrserver: " + forLog(text) + '\n');
+}
+
+void logFailure(std::string_view what, const std::exception &trouble) noexcept
+{
+    try {
+        logLine(std::string(what) + ": " + trouble.what());
+    } catch (const std::exception &) {
+        writeLine(STDERR_FILENO, "vrserver: something failed, and there is no memory to say what\n");
+    }
 }
 
 std::string timestamp()

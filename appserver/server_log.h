@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -10,6 +11,8 @@ namespace appserver {
 
 /// One line on standard error: what an administrator must know. Control characters become \xHH.
 void logLine(std::string_view text);
+/// "WHAT: " and the exception's text. Needs no memory where there is none: it stands where nothing may throw.
+void logFailure(std::string_view what, const std::exception &trouble) noexcept;
 
 /// 2026-11-20T21:00:00.123Z
 [[nodiscard]] std::string timestamp();

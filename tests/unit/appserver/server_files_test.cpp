@@ -97,6 +97,19 @@ TEST_F(ServerFiles, a_file_is_written_whole_or_not_at_all_and_leaves_nothing_bes
     EXPECT_EQ(entries(), 2U);
 }
 
+TEST_F(ServerFiles, a_folder_goes_with_all_that_is_in_it_but_not_with_what_a_link_in_it_points_to)
+{
+    m_folder.write("kept", "");
+    std::filesystem::create_directories(path("folder/inside"));
+    m_folder.write("folder/inside/file", "");
+    std::filesystem::create_symlink(path("kept"), path("folder/link"));
+    EXPECT_THAT(namesIn(path("folder")), ::testing::UnorderedElementsAre("inside", "link"));
+    removeFolder(path("folder"));
+    EXPECT_THAT(namesIn(m_folder.path()), ::testing::ElementsAre("kept"));
+    removeFolder(path("folder"));
+    EXPECT_EQ(systemErrorOf([this] { static_cast<void>(namesIn(path("folder"))); }).first, ENOENT);
+}
+
 TEST_F(ServerFiles, what_cannot_be_opened_is_named)
 {
     m_folder.write("file", "");
