@@ -9,6 +9,7 @@ import subprocess
 from backend_faults import SPOOL, spool_files
 from print_system import contents
 from private_machine import USERS, as_user
+from traced_runs import TracedScenario
 
 SENT = "/tmp/sent"
 PROGRAM = "/tmp/stand-in"
@@ -16,7 +17,7 @@ SENT_JOBS = {"1-7-0": b"first document", "2-8-0": b"second document"}
 JOBS = {**SENT_JOBS, "3-9-0": b"left document"}
 
 
-class AgentFaults:
+class AgentFaults(TracedScenario):
     name = "agent"
     FOLLOW = False
 

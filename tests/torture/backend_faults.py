@@ -8,6 +8,7 @@ import subprocess
 
 from private_machine import USERS
 from print_system import contents
+from traced_runs import TracedScenario
 
 SPOOL = "/var/spool/varek"
 BACKEND = "/opt/varek/bin/varek-backend"
@@ -30,7 +31,7 @@ def waiting_jobs(folder):
     return [contents(os.path.join(folder, stem + ".document")) for stem in stems if stem not in missing], complaints
 
 
-class BackendFaults:
+class BackendFaults(TracedScenario):
     name = "backend"
     FOLLOW = False
 

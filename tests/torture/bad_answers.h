@@ -29,6 +29,11 @@ struct Manner
     bool isEarly;      ///< behind the header of the request; the connection is closed
 };
 
+inline constexpr Manner manners[] = {{"once", false, false, false},
+                                     {"once, carried out", false, true, false},
+                                     {"once, early", false, false, true},
+                                     {"from then on", true, false, false}};
+
 /// Stands before a server and answers some requests in its place.
 class BadGateway
 {

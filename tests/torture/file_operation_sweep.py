@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Every file operation of the send, of installing and removing, of the backend and of the agent fails in turn, once
-with each fitting error: no space, no permission, read-only, interrupted, too many files.
+"""Every file operation of the send, of installing and removing, of the backend, of the agent and of the server fails in
+turn, once with each fitting error: no space, no permission, read-only, interrupted, too many files.
 
 A run is recorded first; then it is repeated once for each call and error. Calls that differ in nothing but numbers
 (the lines of the log, the values of a store) are represented by some of them."""
@@ -9,12 +9,14 @@ A run is recorded first; then it is repeated once for each call and error. Calls
 import re
 
 # Comes first: it says where the modules of the printing tests are.
-from traced_runs import injector, is_chosen, record, run_sweep, spread, was_injected, without_repetitions
+from traced_runs import injector, is_chosen, run_sweep, spread, was_injected, without_repetitions
 
 from agent_faults import AgentFaults
 from backend_faults import BackendFaults
 from installation_faults import InstallationFaults
+from print_system import Desk, Server
 from send_faults import SendFaults
+from server_faults import server_scenarios
 
 CREATING = ("ENOSPC", "EACCES", "EROFS", "EMFILE", "EINTR")
 READING = ("EACCES", "EMFILE", "EINTR")
@@ -29,7 +31,8 @@ ERRORS = {
     "openat": CREATING,
 }
 KEPT_OF_A_KIND = 3
-SELECTED = {"send": 20, "test": 8, "install": 10, "uninstall": 6, "backend": 18, "agent": 18}
+SELECTED = {"send": 20, "test": 8, "install": 10, "uninstall": 6, "backend": 18, "agent": 18,
+            "server, first start": 14, "server, start": 8, "server, upload": 10, "server, administration": 5}
 
 
 def errors(call):
@@ -38,7 +41,7 @@ def errors(call):
 
 def cases_of(scenario):
     scenario.prepare()
-    calls = record(scenario.command, ERRORS, follow=scenario.FOLLOW, env=scenario.environment(), cwd="/")
+    calls = scenario.record(ERRORS)
     scenario.check_undisturbed()
     ours = [call for call in calls if scenario.concerns(call)]
     return [(call, error) for call in without_repetitions(ours, KEPT_OF_A_KIND) for error in errors(call)]
@@ -56,14 +59,16 @@ def run_case(report, scenario, call, error):
 
 
 def sweep(report, every):
-    send = SendFaults("send")
-    scenarios = [send, SendFaults("test", send), BackendFaults(), AgentFaults(send.desk)]
+    server = Server()
+    server.start()
+    desk = Desk()
+    scenarios = [SendFaults("send", server, desk), SendFaults("test", server, desk), BackendFaults(), AgentFaults(desk)]
     install = InstallationFaults("install")
-    scenarios += [install, InstallationFaults("uninstall")]
+    scenarios += [install, InstallationFaults("uninstall"), *server_scenarios(server, desk)]
     for scenario in filter(lambda each: is_chosen(each.name), scenarios):
         for call, error in spread(cases_of(scenario), None if every else SELECTED[scenario.name]):
             run_case(report, scenario, call, error)
-    send.server.stop()
+    server.stop()
 
 
 if __name__ == "__main__":

@@ -13,11 +13,6 @@ namespace {
 constexpr std::size_t selected = 300;
 constexpr std::size_t documentBytes = std::size_t{200} * 1024;
 
-constexpr Manner manners[] = {{"once", false, false, false},
-                              {"once, carried out", false, true, false},
-                              {"once, early", false, false, true},
-                              {"from then on", true, false, false}};
-
 std::vector<SweepCase> makeCases(UploadBed &bed, const std::vector<BadAnswer> &answers, std::size_t requests,
                                  const std::string &document)
 {

@@ -7,6 +7,7 @@ import subprocess
 
 from print_system import contents
 from private_machine import build_dir, run, start_cupsd
+from traced_runs import TracedScenario
 
 SETUP = "/usr/lib/varek/setup/vrp"
 CONFIGURATION = "/etc/varek/varek.ini"
@@ -14,7 +15,7 @@ STORES = "/etc/xdg/Varek Systems"
 INSTALLED = "/usr/lib/varek/bin"
 
 
-class InstallationFaults:
+class InstallationFaults(TracedScenario):
     FOLLOW = False
     PATHS = (STORES, INSTALLED, CONFIGURATION, "/usr/lib/cups/backend", "/tmp/root-settings/Varek Systems")
     _machine_is_ready = False

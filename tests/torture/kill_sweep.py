@@ -8,11 +8,13 @@ import os
 import random
 
 # Comes first: it says where the modules of the printing tests are.
-from traced_runs import injector, is_chosen, record, run_sweep, spread, was_injected, without_repetitions
+from traced_runs import injector, is_chosen, run_sweep, spread, was_injected, without_repetitions
 
 from agent_faults import SENT_JOBS, AgentFaults
 from backend_faults import FILES, BackendFaults, waiting_jobs
+from print_system import Desk, Server
 from send_faults import DOCUMENT, SendFaults
+from server_faults import StartFaults, database_faults
 from server_kills import ServerKills, kill_at_moments
 
 CHANGING = ("openat", "write", "writev", "pwrite64", "fsync", "fdatasync", "ftruncate", "rename", "renameat",
@@ -20,7 +22,7 @@ CHANGING = ("openat", "write", "writev", "pwrite64", "fsync", "fdatasync", "ftru
             "flock", "socket", "connect", "bind", "listen", "accept4", "sendto", "sendmsg", "recvfrom", "shutdown",
             "close", "clone", "clone3", "vfork", "kill")
 KEPT_OF_A_KIND = 2
-SELECTED = {"program": 16, "backend": 12, "agent": 12, "server": 12, "moments": 10}
+SELECTED = {"program": 16, "backend": 12, "agent": 12, "server": 12, "start": 8, "moments": 10}
 MOMENTS = 200
 SEED = 20261121
 
@@ -73,9 +75,18 @@ class KilledAgent(AgentFaults):
         return self.sent() == SENT_JOBS, self._faults()
 
 
+class KilledStart(StartFaults):
+    """A start, too, is repeated by the next one, or is whole."""
+
+    def run(self, prefix, _call):
+        self._serve(prefix)
+        self._note_password()
+        return self.is_ready(), database_faults()
+
+
 def sweep_calls(report, scenario, name, every):
     scenario.prepare()
-    calls = record(scenario.command, CHANGING, follow=scenario.FOLLOW, env=scenario.environment(), cwd="/")
+    calls = scenario.record(CHANGING)
     scenario.check_undisturbed()
     ours = [call for call in calls if changes(call) and scenario.concerns(call)]
     for call in spread(without_repetitions(ours, KEPT_OF_A_KIND), None if every else SELECTED[name]):
@@ -90,7 +101,9 @@ def sweep_calls(report, scenario, name, every):
 
 
 def sweep(report, every):
-    program = KilledProgram("send")
+    server = Server()
+    server.start()
+    program = KilledProgram("send", server, Desk())
     if is_chosen("program"):
         sweep_calls(report, program, "program", every)
     if is_chosen("backend"):
@@ -99,10 +112,12 @@ def sweep(report, every):
         sweep_calls(report, KilledAgent(program.desk), "agent", every)
     if is_chosen("server"):
         ServerKills(program, CHANGING).sweep(report, None if every else SELECTED["server"])
+    if is_chosen("start"):
+        sweep_calls(report, KilledStart("first start", True), "start", every)
     if is_chosen("moments"):
         moments = random.Random(SEED)
         kill_at_moments(program, report, moments, MOMENTS if every else SELECTED["moments"])
-    program.server.stop()
+    server.stop()
 
 
 if __name__ == "__main__":

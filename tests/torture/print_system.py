@@ -43,9 +43,9 @@ class Server:
                        check=True)
         shutil.copy(self.DATA + "/vrc-ca.pem", "/opt/varek/Frameworks")
 
-    def start(self, prefix=(), **settings):
+    def start(self, **settings):
         with open("/tmp/server.txt", "wb") as log:
-            self.process = subprocess.Popen([*prefix, *self.COMMAND], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+            self.process = subprocess.Popen(self.COMMAND, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                                             **settings)
         wait_until(lambda: b"\nready\n" in contents("/tmp/server.txt") or self.process.poll() is not None,
                    "the server is ready")

@@ -4,23 +4,21 @@
 import os
 import re
 
-from print_system import PASSWORD, Desk, Server
+from print_system import PASSWORD
+from traced_runs import TracedScenario
 
 DOCUMENT = b"%PDF-1.4\n" + bytes(range(256)) * 400 + b"%%EOF\n"
 TEST_DOCUMENT = b"Varek virtual printer test file"
 
 
-class SendFaults:
-    FOLLOW = True
+class SendFaults(TracedScenario):
     # What fonts, cursors, the accessibility bus and the toolkit's own settings look for is none of the program's.
     FOREIGN = re.compile(r"/tmp/desk/(\.|runtime-|user/(fontconfig|QtProject|dconf)|machine/(fontconfig|QtProject))")
 
-    def __init__(self, mode, other=None):
+    def __init__(self, mode, server, desk):
         self.name = self.mode = mode
-        self.server = other.server if other else Server()
-        if other is None:
-            self.server.start()
-        self.desk = other.desk if other else Desk()
+        self.server = server
+        self.desk = desk
         self.stored = {}
         self.document = None
 
@@ -51,7 +49,7 @@ class SendFaults:
         status, output = self.desk.send(self.document, prefix, self.mode)
         new = self.new_documents()
         completed = self.desk.says_sent()
-        complaints = self._faults_of_the_end(status, output, completed, new)
+        complaints = self.faults_of_the_end(status, output, completed, new)
         hit_by_unlink = call.name in ("unlink", "unlinkat")
         left = [name for name in self.desk.files() if not name.startswith((".", "runtime-"))]
         if status == 1 and self.document and left == ["job"]:
@@ -63,7 +61,7 @@ class SendFaults:
         complaints += self.desk.store_faults()
         return completed, complaints
 
-    def _faults_of_the_end(self, status, output, completed, new):
+    def faults_of_the_end(self, status, output, completed, new):
         complaints = []
         if status not in (0, 1):
             complaints.append("ended with %s" % status)

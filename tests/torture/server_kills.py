@@ -8,13 +8,13 @@ import time
 
 from print_system import Desk
 from send_faults import DOCUMENT
-from traced_runs import TRACER, Call, injector, spread, was_injected, without_repetitions
+from traced_runs import attached, injector, recorded, recorder, spread, was_injected, without_repetitions
 
 LONG_BYTES = 24_000_000
 
 
 class ServerKills:
-    """Each case starts the server under strace, which kills it at one call, prints, and starts it once more."""
+    """Each case starts the server, has strace kill it at one call of a print, and starts it once more."""
 
     def __init__(self, scenario, names):
         self.server = scenario.server
@@ -22,13 +22,11 @@ class ServerKills:
         self.names = names
 
     def _record(self):
-        self.server.start([*TRACER, "-y", "-s", "200", "-o", "/tmp/server-calls", "-e", "trace=" + ",".join(self.names)])
-        self._send()
-        for number in self.server.processes():
-            os.kill(number, signal.SIGTERM)
-        self.server.process.wait(60)
-        calls = Call.read("/tmp/server-calls")
-        return [call for call in calls if _changes_something(call)]
+        self.server.start()
+        with attached(recorder(self.names), self.server.process.pid):
+            self._send()
+        self.server.stop()
+        return [call for call in recorded() if _changes_something(call)]
 
     def _send(self):
         self.desk.renew()
@@ -39,8 +37,9 @@ class ServerKills:
         self.server.stop()
         for call in spread(without_repetitions(self._record(), 2), count):
             before = self.server.documents()
-            self.server.start(injector(call, "signal=KILL"))
-            status = self._send()
+            self.server.start()
+            with attached(injector(call, "signal=KILL"), self.server.process.pid):
+                status = self._send()
             said_sent = self.desk.says_sent()
             came = self.server.process.poll() is not None or was_injected()
             self.server.kill()

@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: MIT
 """What the sweeps over whole processes share: the table, and system calls that strace records, fails or ends."""
 
+import contextlib
+import glob
 import os
 import re
 import signal
@@ -9,7 +11,7 @@ import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "e2e/printing"))
 
-from private_machine import run_inside  # pylint: disable=wrong-import-position
+from private_machine import run_inside, wait_until  # pylint: disable=wrong-import-position
 
 # strace and the sanitizers' leak check both want to be the only tracer: these sweeps run the plain build.
 TRACER = ("strace", "-f", "--seccomp-bpf", "-qq")
@@ -105,16 +107,50 @@ class Call:
         return calls
 
 
-def record(command, names, follow=True, **settings):
-    """Runs a command, which gets its tracer as a prefix, and gives its system calls of these names, in order."""
-    path = "/tmp/recorded-calls"
-    if os.path.exists(path):
-        os.remove(path)
+_RECORDED = "/tmp/recorded-calls"
+
+
+def recorder(names, follow=True):
+    """The command line before a command whose system calls of these names recorded() gives afterwards."""
+    if os.path.exists(_RECORDED):
+        os.remove(_RECORDED)
     tracer = TRACER if follow else ("strace", "-qq")
-    prefix = [*tracer, "-y", "-s", "200", "-o", path, "-e", "trace=" + ",".join(names)]
-    subprocess.run(command(prefix), check=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120,
-                   **settings)
-    return Call.read(path)
+    return [*tracer, "-y", "-s", "200", "-o", _RECORDED, "-e", "trace=" + ",".join(names)]
+
+
+def recorded():
+    return Call.read(_RECORDED)
+
+
+class TracedScenario:
+    """Something that is done once for each of its system calls. Says how: command(prefix), environment(), prepare(),
+    check_undisturbed(), concerns(call), run(prefix, call), run_again(completed)."""
+
+    FOLLOW = True  # its threads and children as well
+
+    def record(self, names):
+        """The system calls of these names of a run without a fault, in order."""
+        subprocess.run(self.command(recorder(names, self.FOLLOW)), check=False, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, timeout=120, env=self.environment(), cwd="/")
+        return recorded()
+
+
+def _is_traced(task):
+    with open(task + "/status", encoding="utf-8") as status:
+        return re.search(r"^TracerPid:\t[1-9]", status.read(), re.M) is not None
+
+
+@contextlib.contextmanager
+def attached(prefix, process):
+    """Has the tracer of a prefix at a process that is running, and at all its threads. Their calls count from here on."""
+    tracer = subprocess.Popen([*prefix, "-p", str(process)], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    try:
+        wait_until(lambda: all(map(_is_traced, glob.glob("/proc/%d/task/*" % process))) or tracer.poll() is not None,
+                   "the tracer is there, or its first call has ended the process")
+        yield
+    finally:
+        tracer.terminate()
+        tracer.wait()
 
 
 _INJECTED = "/tmp/injected-calls"
