@@ -11,7 +11,6 @@ namespace appserver {
 namespace {
 
 constexpr std::size_t pathMaxBytes = 256;
-constexpr std::size_t requestsPerConnection = 10'000;
 constexpr int keepAliveSeconds = 60;
 
 using Clock = std::chrono::steady_clock;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <httplib.h>
@@ -21,6 +22,9 @@ class HttpSite : public httplib::Server
 public:
     /// True when the path takes a POST.
     using PostFilter = std::function<bool(std::string_view path)>;
+
+    /// Then the connection is closed.
+    static constexpr std::size_t requestsPerConnection = 10'000;
 
     HttpSite(AccessLog &log, PostFilter takesPost);
 

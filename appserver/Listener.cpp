@@ -23,7 +23,6 @@ namespace appserver {
 namespace {
 
 constexpr int backlog = 512;
-constexpr int requestsPerConnection = 10'000;
 /// Connections beyond the limit that are told so; more are closed without a word.
 constexpr std::size_t overloadPlaces = 32;
 
@@ -233,7 +232,7 @@ void Listener::serve(UniqueFd socket, const ConnectionRules &rules, bool overloa
 
 void Listener::serveRequests(ClientConnection &connection) const
 {
-    int left = requestsPerConnection;
+    std::size_t left = HttpSite::requestsPerConnection;
     while (left > 0 && !m_connections.isClosing() && connection.awaitRequest() &&
            m_site.serve(connection, left == 1)) {
         --left;

@@ -19,8 +19,8 @@ struct OutgoingBody
 {
     std::string frames;
     std::optional<FileSlice> file;
-    std::size_t blockBytes =
-        0; // at the end of the frames: the contents of a file that fits into one data frame
+    // At the end of the frames: the contents of a file that fits into one data frame.
+    std::size_t blockBytes = 0;
 
     [[nodiscard]] std::uint64_t bytes() const;
 };

@@ -386,7 +386,7 @@ std::string runLocalCommand(LocalState &state, wire::Command command)
             storeVariable(state, *command.variable, result);
         }
         return result;
-    } catch (const Failure &) {
+    } catch (...) { // memory that runs out leaves nothing stale either
         if (command.variable) {
             state.variables.erase(*command.variable);
         }
