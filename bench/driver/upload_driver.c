@@ -29,8 +29,8 @@ static long peak_memory_kib(void)
     return kib;
 }
 
-/* As with curl, whose clock starts when its libraries are loaded and initialised: a request that nobody answers
- * makes the library do both. */
+/* As with curl, whose clock starts when its libraries are loaded and initialised: a request that nobody
+ * answers makes the library do both. */
 static void load_library(void)
 {
     void *request = VrOpenRequest("Unicode=\"YES\" Server=\"127.0.0.1:1\" Ssl=\"YES\"");

@@ -100,8 +100,8 @@ private:
         }
     }
 
-    /// Between two frames, or TLS records: on the first connection, and on every one. Between two frames of the
-    /// first connection also without --every: there the library goes on, and there are few of them.
+    /// Between two frames, or TLS records: on the first connection, and on every one. Between two frames of
+    /// the first connection also without --every: there the library goes on, and there are few of them.
     void sweepBoundaries(const Document &document, bool isTls)
     {
         const Layouts layouts = record(document, isTls);
