@@ -93,7 +93,7 @@ public:
 
     ~Daemon()
     {
-        ::kill(m_pid, SIGKILL);
+        ::kill(m_pid, SIGTERM); // squid gives its shared memory back
         ::waitpid(m_pid, nullptr, 0);
     }
 
