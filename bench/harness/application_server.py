@@ -35,15 +35,19 @@ class ApplicationServer:
     def __enter__(self):
         self._folder.mkdir(parents=True, exist_ok=True)
         self._daemon.__enter__()
+        peers.wait_until(lambda: "\nready\n" in self._said(), "vrserver to say that it is ready")
         self.password = self._password_of_demo_user()
         return self
 
     def __exit__(self, *what):
         self._daemon.__exit__(*what)
 
+    def _said(self):
+        return self.log.read_text(encoding="utf-8")
+
     def _password_of_demo_user(self):
         """The server says it once, when it makes its data folder."""
-        return re.search(r"^demo password: (\S+)$", self.log.read_text(encoding="utf-8"), re.MULTILINE)[1]
+        return re.search(r"^demo password: (\S+)$", self._said(), re.MULTILINE)[1]
 
     def hash_again(self):
         """Gives the demo user the same password anew: the next login is hashed, as the first one was."""
