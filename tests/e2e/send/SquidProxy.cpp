@@ -64,22 +64,17 @@ SquidProxy::~SquidProxy()
     ::waitpid(m_pid, nullptr, 0);
 }
 
-std::string SquidProxy::path(const char *name) const
-{
-    return m_folder.path().toStdString() + "/" + name;
-}
-
 void SquidProxy::writeConfiguration(const std::string &user, const std::string &password) const
 {
     // Started by root, squid goes on as a user of its own, who must reach these files.
-    std::filesystem::permissions(path(""), std::filesystem::perms::all);
-    std::ofstream out(path("squid.conf"));
+    std::filesystem::permissions(m_folder.path().string(), std::filesystem::perms::all);
+    std::ofstream out(m_folder.file("squid.conf"));
     out << "http_port 127.0.0.1:" << m_port
         << "\npid_filename none\ncache deny all\nshutdown_lifetime 0 seconds\n"
-        << "access_log none\ncache_log " << path("cache.log") << "\nlogfile_rotate 0\ncoredump_dir "
-        << path("") << "\npinger_enable off\nvisible_hostname localhost\n";
+        << "access_log none\ncache_log " << m_folder.file("cache.log") << "\nlogfile_rotate 0\ncoredump_dir "
+        << m_folder.path().string() << "\npinger_enable off\nvisible_hostname localhost\n";
     if (!user.empty()) {
-        const std::string users = path("users");
+        const std::string users = m_folder.file("users");
         const std::string command =
             "htpasswd -bc '" + users + "' '" + user + "' '" + password + "' 2>/dev/null";
         EXPECT_EQ(std::system(command.c_str()), 0) << "needs the package apache2-utils";
@@ -93,7 +88,7 @@ void SquidProxy::writeConfiguration(const std::string &user, const std::string &
 
 void SquidProxy::start()
 {
-    const std::string configuration = path("squid.conf");
+    const std::string configuration = m_folder.file("squid.conf");
     const std::string name = "varek" + std::to_string(m_port); // instances of one name share memory
     m_pid = ::fork();
     if (m_pid == 0) {

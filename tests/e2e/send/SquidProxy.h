@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QTemporaryDir>
+#include "tests/support/TemporaryFolder.h"
 
 #include <string>
 #include <sys/types.h>
@@ -22,9 +22,8 @@ public:
 private:
     void writeConfiguration(const std::string &user, const std::string &password) const;
     void start();
-    [[nodiscard]] std::string path(const char *name) const;
 
-    QTemporaryDir m_folder;
+    TemporaryFolder m_folder; // squid takes no blanks in a path
     int m_port;
     pid_t m_pid = -1;
 };
