@@ -108,7 +108,7 @@ void installText(const Machine &machine, std::size_t number)
     VrpsSetCompanyRegistryKeyFromConfigFile(id);
     const std::wstring stored =
         VrpsGetCompanyRegistryKey(fields->section.c_str(), fields->key.c_str(), L"not stored", false);
-    machine.ensureStored(stored == wanted.c_str());
+    machine.ensureStored(stored == wanted.substr(0, wanted.find(L'\0'))); // what is written ends there
 }
 
 void useConfigurationFile(const Machine &machine, const QByteArray &bytes)
