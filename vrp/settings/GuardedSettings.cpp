@@ -3,6 +3,7 @@
 
 #ifndef Q_OS_MACOS
 
+#include "vrp/core/utf8_codec.h"
 #include "vrp/settings/store_check.h"
 
 #include <fcntl.h>
@@ -62,6 +63,7 @@ GuardedSettings::GuardedSettings(Scope scope, const QString &organisation, const
     : QSettings(NativeFormat, scope, organisation, application), m_file(fileName().toLocal8Bit()),
       m_kept(m_file + ".kept"), m_lock(m_file + ".writing")
 {
+    useUtf8(*this); // before anything is read
     if (m_lock.isHeld()) {
         outdateMemory(m_file.constData());
         sync();
