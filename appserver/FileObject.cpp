@@ -101,8 +101,8 @@ std::string FileObject::read(std::uint64_t offset, std::size_t maxBytes) const
 void FileObject::startWriting() const
 {
     if (m_file) {
-        (void)::sync_file_range(m_file.get(), 0, 0,
-                                SYNC_FILE_RANGE_WRITE); // the sync itself tells what failed
+        // What fails is told by the sync itself.
+        (void)::sync_file_range(m_file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
     }
 }
 

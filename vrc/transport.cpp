@@ -129,8 +129,8 @@ void Transport::setUpTrust(const ConnectionSettings &settings)
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     TrustStore trust = settings.ssl ? installedTrust() : TrustStore();
     if (!trust.folder.empty()) {
-        set(CURLOPT_CAINFO, static_cast<const char *>(
-                                nullptr)); // the bundle holds the same, and reading all of it takes 10 ms
+        // The bundle holds the same, and reading all of it takes 10 ms.
+        set(CURLOPT_CAINFO, static_cast<const char *>(nullptr));
         set(CURLOPT_CAPATH, trust.folder.c_str());
     }
     if (!trust.certificates.empty()) {
