@@ -84,9 +84,11 @@ TEST_F(Tickets, a_request_with_a_ticket_opens_a_session_of_its_person)
 
 TEST_F(Tickets, the_session_is_named_by_its_identifier_on_any_connection)
 {
-    httplib::Client first = plainClient();
-    const std::string session = open(first, ClientTicket().header()).session;
-    first.stop();
+    std::string session;
+    {
+        httplib::Client first = plainClient();
+        session = open(first, ClientTicket().header()).session;
+    }
     m_realm.logOut();
     FrameClient second(m_server);
     EXPECT_THAT(
