@@ -17,8 +17,8 @@ void ObjectReceiver::keepFor(SessionObjects &objects, const ServerLimits &limits
 {
     try {
         m_isKept = true;
-        std::uint64_t room = wire::kMaxValueBytes;
-        if (m_type == wire::ObjectType::File) {
+        std::uint64_t room = wire::maxValueBytes;
+        if (m_type == wire::ObjectType::file) {
             m_file = objects.newFile();
             room = objects.roomForFile(*m_file, limits);
         } else {
@@ -26,10 +26,10 @@ void ObjectReceiver::keepFor(SessionObjects &objects, const ServerLimits &limits
         }
         if (m_missing > room) {
             m_failure =
-                wire::makeError(wire::errors::TooManyObjects, "the object '" + m_name + "' is too large");
+                wire::makeError(wire::errors::tooManyObjects, "the object '" + m_name + "' is too large");
         }
     } catch (const std::system_error &trouble) {
-        m_failure = wire::makeError(wire::errors::CannotStore, trouble.code().message());
+        m_failure = wire::makeError(wire::errors::cannotStore, trouble.code().message());
     }
 }
 
@@ -54,7 +54,7 @@ void ObjectReceiver::keep(std::string_view bytes)
     try {
         m_file->append(bytes);
     } catch (const std::system_error &trouble) {
-        m_failure = wire::makeError(wire::errors::CannotStore, trouble.code().message());
+        m_failure = wire::makeError(wire::errors::cannotStore, trouble.code().message());
     }
 }
 
@@ -68,7 +68,7 @@ ServerObject ObjectReceiver::takeObject()
     }
     auto value = wire::decodeValue(m_type, m_bytes);
     if (!value) {
-        throw CommandFailure(wire::errors::TooManyObjects,
+        throw CommandFailure(wire::errors::tooManyObjects,
                              "the object '" + m_name + "' is malformed or exceeds a limit");
     }
     return std::move(*value);

@@ -14,7 +14,7 @@ void RequestAnswer::addObject(const std::string &name, const ServerObject &objec
         return;
     }
     const FilePtr &file = std::get<FilePtr>(object);
-    add(wire::ObjectFrame{wire::ObjectType::File, name, file->size()});
+    add(wire::ObjectFrame{wire::ObjectType::file, name, file->size()});
     if (file->size() > 0) {
         m_parts.emplace_back(FilePart{file, file->size()});
     }
@@ -50,7 +50,7 @@ bool RequestAnswer::writePart(std::size_t part, const std::function<bool(std::st
     }
     const auto &[file, bytes] = std::get<FilePart>(m_parts[part]);
     for (std::uint64_t offset = 0; offset < bytes;) {
-        const std::string piece = file->read(offset, wire::kMaxDataBytes);
+        const std::string piece = file->read(offset, wire::maxDataBytes);
         std::string frame;
         wire::appendDataHeader(frame, piece.size());
         frame += piece;

@@ -38,7 +38,7 @@ wire::ErrorInfo troubleOf(const std::exception &trouble)
     logFailure("command failed", trouble);
     const auto *system = dynamic_cast<const std::system_error *>(&trouble);
     const std::string reason = system != nullptr ? ": " + system->code().message() : std::string();
-    return wire::makeError(errors::CannotStore, "the server cannot store the data" + reason);
+    return wire::makeError(errors::cannotStore, "the server cannot store the data" + reason);
 }
 
 std::size_t travellingBytes(const std::vector<TravellingObject> &objects)
@@ -46,7 +46,7 @@ std::size_t travellingBytes(const std::vector<TravellingObject> &objects)
     std::size_t bytes = 0;
     for (const TravellingObject &object : objects) {
         const auto *value = std::get_if<wire::Value>(&object.object);
-        bytes += value != nullptr ? wire::encodeValue(*value).size() : wire::kMaxTravellingBytes + 1;
+        bytes += value != nullptr ? wire::encodeValue(*value).size() : wire::maxTravellingBytes + 1;
     }
     return bytes;
 }
@@ -60,7 +60,7 @@ std::string describeFailed(const wire::CommandFrame &frame, const std::optional<
 /// What needs an object that could not be made fails by itself: what follows is carried out.
 bool isForgiven(const std::optional<wire::Command> &command)
 {
-    return command && command->verb == wire::Verb::Command && command->name == "OBJECT:CREATE";
+    return command && command->verb == wire::Verb::command && command->name == "OBJECT:CREATE";
 }
 
 void checkApplication(const ServerConfiguration &configuration, const wire::HelloFrame &hello)
@@ -71,10 +71,10 @@ void checkApplication(const ServerConfiguration &configuration, const wire::Hell
     const bool user = known && equalSecrets(found->second.user, hello.user);
     const bool password = known && equalSecrets(found->second.password, hello.password);
     if (!known || !user || !password) {
-        throw CommandFailure(errors::ApplicationRefused);
+        throw CommandFailure(errors::applicationRefused);
     }
     if (hello.singleSignOn && !configuration.singleSignOn.isOn()) {
-        throw CommandFailure(errors::ApplicationRefused, "this server offers no single sign-on");
+        throw CommandFailure(errors::applicationRefused, "this server offers no single sign-on");
     }
 }
 
@@ -83,17 +83,17 @@ void checkApplication(const ServerConfiguration &configuration, const wire::Hell
 RequestProcessor::RequestProcessor(AppServices &services, ClientConnection *connection,
                                    std::string remoteAddress)
     : m_services(services), m_connection(connection), m_remoteAddress(std::move(remoteAddress)),
-      m_reader(wire::Direction::Request)
+      m_reader(wire::Direction::request)
 {}
 
 bool RequestProcessor::take(std::string_view piece)
 {
     while (!piece.empty() && !m_malformed && !m_superseded && !m_wantsTicket) {
         const auto status = m_reader.take(piece);
-        if (status == wire::FrameReader::Status::NeedsMore) {
+        if (status == wire::FrameReader::Status::needsMore) {
             break;
         }
-        m_malformed = status == wire::FrameReader::Status::Malformed;
+        m_malformed = status == wire::FrameReader::Status::malformed;
         if (!m_malformed) {
             takeFrame();
         }
@@ -118,7 +118,7 @@ RequestAnswer &RequestProcessor::finish()
     addAcknowledgement();
     if (m_malformed || cutOff) {
         m_malformed = true;
-        m_answer.add(wire::ErrorFrame{0, wire::makeError(errors::MalformedRequest)});
+        m_answer.add(wire::ErrorFrame{0, wire::makeError(errors::malformedRequest)});
     } else if (m_requestError) {
         m_answer.add(wire::ErrorFrame{0, *m_requestError});
     }
@@ -132,22 +132,22 @@ RequestAnswer &RequestProcessor::finish()
 void RequestProcessor::onFrame(wire::FrameType type, std::string_view payload)
 {
     using wire::FrameType;
-    const bool opens = type == FrameType::Hello || type == FrameType::Session;
+    const bool opens = type == FrameType::hello || type == FrameType::session;
     requireWellFormed(opens != m_started && !m_ended);
     switch (type) {
-    case FrameType::Hello:
+    case FrameType::hello:
         return onHello(payload);
-    case FrameType::Session:
+    case FrameType::session:
         return onSession(payload);
-    case FrameType::Command:
+    case FrameType::command:
         return onCommand(payload);
-    case FrameType::Object:
+    case FrameType::object:
         return onObject(payload);
-    case FrameType::Data:
+    case FrameType::data:
         return onData(payload);
-    case FrameType::Query:
+    case FrameType::query:
         return onQuery(payload);
-    case FrameType::End:
+    case FrameType::end:
         return onEnd(payload);
     default:
         throw MalformedRequest();
@@ -159,8 +159,8 @@ void RequestProcessor::onHello(std::string_view payload)
     const auto hello = wire::decodeHello(payload);
     requireWellFormed(hello && hello->lowestVersion <= hello->highestVersion);
     m_started = true;
-    if (hello->lowestVersion > wire::kVersion || hello->highestVersion < wire::kVersion) {
-        throw CommandFailure(errors::NoCommonVersion);
+    if (hello->lowestVersion > wire::protocolVersion || hello->highestVersion < wire::protocolVersion) {
+        throw CommandFailure(errors::noCommonVersion);
     }
     openSession(*hello);
 }
@@ -187,14 +187,14 @@ void RequestProcessor::openSession(const wire::HelloFrame &hello)
     }
     const auto session = m_services.sessions.open(hello, configuration->limits.sessions, person);
     if (!session) {
-        throw CommandFailure(errors::TooManySessions);
+        throw CommandFailure(errors::tooManySessions);
     }
     use(session);
     if (!m_use) {
         return;
     }
     if (session->ended) {
-        throw CommandFailure(errors::UnknownSession);
+        throw CommandFailure(errors::unknownSession);
     }
     if (!session->opened) {
         session->wantsLogin = configuration->applications.find(hello.application)->second.loginWanted;
@@ -213,7 +213,7 @@ void RequestProcessor::openSession(const wire::HelloFrame &hello)
         session->opened = true;
     }
     const auto idle = static_cast<std::uint32_t>(configuration->limits.sessionIdle.count());
-    m_answer.add(wire::WelcomeFrame{wire::kVersion, session->id, idle, session->wantsLogin});
+    m_answer.add(wire::WelcomeFrame{wire::protocolVersion, session->id, idle, session->wantsLogin});
 }
 
 void RequestProcessor::onSession(std::string_view payload)
@@ -221,8 +221,8 @@ void RequestProcessor::onSession(std::string_view payload)
     const auto frame = wire::decodeSession(payload);
     requireWellFormed(frame.has_value());
     m_started = true;
-    if (frame->version != wire::kVersion) {
-        throw CommandFailure(errors::NoCommonVersion);
+    if (frame->version != wire::protocolVersion) {
+        throw CommandFailure(errors::noCommonVersion);
     }
     const auto session = m_services.sessions.find(frame->id, m_services.configuration()->limits.sessionIdle);
     if (session) {
@@ -230,7 +230,7 @@ void RequestProcessor::onSession(std::string_view payload)
     }
     if (!session || (m_use && m_use->ended)) {
         m_session.reset();
-        throw CommandFailure(errors::UnknownSession);
+        throw CommandFailure(errors::unknownSession);
     }
     if (m_use) {
         m_use->acknowledged = std::max(m_use->acknowledged, std::min(frame->acknowledged, m_use->lastNumber));
@@ -308,7 +308,7 @@ void RequestProcessor::onEnd(std::string_view payload)
     m_ended = true;
     if (m_requestError) {
         // What shall end is not there any more: that is no error.
-        if (wire::isError(*m_requestError, errors::UnknownSession)) {
+        if (wire::isError(*m_requestError, errors::unknownSession)) {
             m_requestError.reset();
         }
         return;
@@ -339,7 +339,7 @@ void RequestProcessor::completePending()
         }
     } else if (number > m_use->lastNumber + 1) {
         addAcknowledgement();
-        m_answer.add(wire::ErrorFrame{number, wire::makeError(errors::SequenceSkipped)});
+        m_answer.add(wire::ErrorFrame{number, wire::makeError(errors::sequenceSkipped)});
     } else if (!mayAnswerMore()) {
         return;
     } else if (number <= m_use->lastNumber) {
@@ -366,14 +366,14 @@ void RequestProcessor::carryOutNext(Pending &pending)
 CommandOutcome RequestProcessor::outcomeOf(Pending &pending)
 {
     if (!pending.command) {
-        throw CommandFailure(errors::UnknownCommand, pending.problem);
+        throw CommandFailure(errors::unknownCommand, pending.problem);
     }
     ReceivedCommand received{*pending.command, pending.frame.offset, pending.frame.hash, std::nullopt,
                              m_remoteAddress};
     if (pending.object) {
         const std::string *name = pending.command->find("NAME");
         if (name == nullptr || *name != pending.object->name()) {
-            throw CommandFailure(errors::UnknownCommand, "the object that came has another name");
+            throw CommandFailure(errors::unknownCommand, "the object that came has another name");
         }
         requireAdmission(*m_session, *pending.command);
         requirePerson(*m_session);
@@ -391,7 +391,7 @@ void RequestProcessor::succeed(const Pending &pending, const CommandOutcome &out
     RequestAnswer frames;
     frames.add(wire::ResultFrame{pending.frame.number, outcome.result});
     const bool fetches = fetchesObject(*pending.command);
-    if (fetches || travellingBytes(outcome.objects) <= wire::kMaxTravellingBytes) {
+    if (fetches || travellingBytes(outcome.objects) <= wire::maxTravellingBytes) {
         for (const TravellingObject &object : outcome.objects) {
             frames.addObject(object.name, object.object);
         }
@@ -439,7 +439,7 @@ void RequestProcessor::answerAgain(const Pending &pending)
         m_answer.addFrames(*kept);
     } else if (number <= m_use->acknowledged) {
         m_answer.add(wire::ErrorFrame{
-            number, wire::makeError(errors::MalformedRequest, "the answer has been acknowledged already")});
+            number, wire::makeError(errors::malformedRequest, "the answer has been acknowledged already")});
     } else if (pending.command && fetchesObject(*pending.command)) {
         Pending again = pending;
         const std::uint64_t last = m_use->lastNumber;
@@ -463,7 +463,7 @@ bool RequestProcessor::mayAnswerMore()
     if (m_answer.memoryBytes() <= answerMemoryBytes && !m_use->answers.isFull()) {
         return true;
     }
-    m_requestError = wire::makeError(errors::MalformedRequest, "too many answers are wanted at once");
+    m_requestError = wire::makeError(errors::malformedRequest, "too many answers are wanted at once");
     return false;
 }
 

@@ -147,8 +147,8 @@ ServerLimits readLimits(const IniSection &section)
     reader.read("FileBytes", limits.fileBytes, std::uint64_t{1}, std::uint64_t{2'147'483'647});
     reader.read("SessionFileBytes", limits.sessionFileBytes, std::uint64_t{1}, noLimit);
     reader.read("SessionMemoryBytes", limits.sessionMemoryBytes, std::uint64_t{65536}, noLimit);
-    reader.read("SessionObjects", limits.sessionObjects, std::size_t{1}, wire::kMaxSessionObjects);
-    reader.read("SessionVariables", limits.sessionVariables, std::size_t{1}, wire::kMaxVariables);
+    reader.read("SessionObjects", limits.sessionObjects, std::size_t{1}, wire::maxSessionObjects);
+    reader.read("SessionVariables", limits.sessionVariables, std::size_t{1}, wire::maxVariables);
     reader.read("Sessions", limits.sessions, std::size_t{1}, std::size_t{1'000'000});
     reader.read("Connections", limits.connections, std::size_t{1}, std::size_t{100'000});
     reader.read("BodyBytesPerSecond", limits.bodyBytesPerSecond, std::uint64_t{0}, noLimit);

@@ -62,7 +62,7 @@ std::uint64_t roomBelow(std::uint64_t limit, std::uint64_t used)
 
 [[noreturn]] void failUnknown(std::string_view name)
 {
-    throw CommandFailure(wire::errors::ServerUnknownObject, "there is no object '" + std::string(name) + "'");
+    throw CommandFailure(wire::errors::serverUnknownObject, "there is no object '" + std::string(name) + "'");
 }
 
 } // namespace
@@ -85,10 +85,10 @@ FilePtr SessionObjects::newFile()
 void SessionObjects::put(const std::string &name, ServerObject object, const ServerLimits &limits)
 {
     if (!m_objects.contains(name) && m_objects.size() >= limits.sessionObjects) {
-        throw CommandFailure(wire::errors::TooManyObjects, "the session holds too many objects");
+        throw CommandFailure(wire::errors::tooManyObjects, "the session holds too many objects");
     }
     if (memoryOf(object) > roomForValue(name, limits)) {
-        throw CommandFailure(wire::errors::TooManyObjects, "the objects of the session are too large");
+        throw CommandFailure(wire::errors::tooManyObjects, "the objects of the session are too large");
     }
     m_objects.insert_or_assign(name, std::move(object));
 }
@@ -112,7 +112,7 @@ FilePtr SessionObjects::file(const std::string &name) const
     }
     const auto *file = std::get_if<FilePtr>(object);
     if (file == nullptr) {
-        throw CommandFailure(wire::errors::ServerWrongType, "'" + name + "' is no file");
+        throw CommandFailure(wire::errors::serverWrongType, "'" + name + "' is no file");
     }
     return *file;
 }
@@ -125,7 +125,7 @@ const wire::Value &SessionObjects::value(const std::string &name) const
     }
     const auto *value = std::get_if<wire::Value>(object);
     if (value == nullptr) {
-        throw CommandFailure(wire::errors::ServerWrongType, "'" + name + "' is a file");
+        throw CommandFailure(wire::errors::serverWrongType, "'" + name + "' is a file");
     }
     return *value;
 }
@@ -146,10 +146,10 @@ std::uint64_t SessionObjects::roomForValue(const std::string &name, const Server
 void SessionObjects::setVariable(const std::string &name, std::string value, const ServerLimits &limits)
 {
     if (!m_variables.contains(name) && m_variables.size() >= limits.sessionVariables) {
-        throw CommandFailure(wire::errors::TooManyObjects, "the session holds too many variables");
+        throw CommandFailure(wire::errors::tooManyObjects, "the session holds too many variables");
     }
     if (memoryOf(value) > roomBelow(limits.sessionMemoryBytes, memoryBytes())) {
-        throw CommandFailure(wire::errors::TooManyObjects, "the variables of the session are too large");
+        throw CommandFailure(wire::errors::tooManyObjects, "the variables of the session are too large");
     }
     m_variables.insert_or_assign(name, std::move(value));
 }
@@ -158,7 +158,7 @@ const std::string &SessionObjects::variable(std::string_view name) const
 {
     const auto found = m_variables.find(name);
     if (found == m_variables.end()) {
-        throw CommandFailure(wire::errors::ServerUnknownVariable,
+        throw CommandFailure(wire::errors::serverUnknownVariable,
                              "there is no variable '" + std::string(name) + "'");
     }
     return found->second;

@@ -27,7 +27,7 @@ std::optional<wire::Value> profileObject(const ServerConfiguration &configuratio
 {
     const auto found = configuration.containers.find(container);
     if (found == configuration.containers.end()) {
-        throw CommandFailure(wire::errors::UnknownContainer,
+        throw CommandFailure(wire::errors::unknownContainer,
                              "there is no container '" + std::string(container.substr(0, 128)) + "'");
     }
     const ContainerSettings &settings = found->second;

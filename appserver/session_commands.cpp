@@ -31,7 +31,7 @@ struct CommandContext
     {
         const std::string *value = command.find(key);
         if (value == nullptr) {
-            throw CommandFailure(errors::UnknownCommand, command.name + " needs " + std::string(key));
+            throw CommandFailure(errors::unknownCommand, command.name + " needs " + std::string(key));
         }
         return *value;
     }
@@ -40,7 +40,7 @@ struct CommandContext
     {
         const std::string &value = argument(key);
         if (!wire::isName(value)) {
-            throw CommandFailure(errors::UnknownCommand, std::string(key) + " is no name of an object");
+            throw CommandFailure(errors::unknownCommand, std::string(key) + " is no name of an object");
         }
         return value;
     }
@@ -50,7 +50,7 @@ std::int64_t integerFrom(const std::string &text)
 {
     const auto number = wire::parseInteger(text);
     if (!number) {
-        throw CommandFailure(errors::ServerBadNumber,
+        throw CommandFailure(errors::serverBadNumber,
                              "'" + text.substr(0, 64) + "' is no whole number of 64 bits");
     }
     return *number;
@@ -62,11 +62,11 @@ void demandLogin(LoginResult result)
     case LoginResult::good:
         return;
     case LoginResult::unknownUser:
-        throw CommandFailure(errors::UnknownUser);
+        throw CommandFailure(errors::unknownUser);
     case LoginResult::wrongPassword:
-        throw CommandFailure(errors::WrongPassword);
+        throw CommandFailure(errors::wrongPassword);
     case LoginResult::tooMany:
-        throw CommandFailure(errors::TooManyLogins);
+        throw CommandFailure(errors::tooManyLogins);
     }
 }
 
@@ -93,17 +93,17 @@ CommandOutcome createObject(const CommandContext &context)
     const std::string &name = context.name();
     const auto type = wire::typeFromName(context.argument("TYPE"));
     if (!type) {
-        throw CommandFailure(errors::UnknownCommand, "there is no type '" + context.argument("TYPE") + "'");
+        throw CommandFailure(errors::unknownCommand, "there is no type '" + context.argument("TYPE") + "'");
     }
     const std::string *replace = context.command.find("REPLACE");
     if (replace != nullptr && *replace != "YES" && *replace != "NO") {
-        throw CommandFailure(errors::UnknownCommand, "REPLACE is neither YES nor NO");
+        throw CommandFailure(errors::unknownCommand, "REPLACE is neither YES nor NO");
     }
     SessionObjects &objects = context.session.objects;
     if ((replace == nullptr || *replace == "NO") && objects.find(name) != nullptr) {
-        throw CommandFailure(errors::ServerObjectExists, "the object '" + name + "' exists already");
+        throw CommandFailure(errors::serverObjectExists, "the object '" + name + "' exists already");
     }
-    ServerObject object = *type == wire::ObjectType::File ? ServerObject(objects.newFile())
+    ServerObject object = *type == wire::ObjectType::file ? ServerObject(objects.newFile())
                                                           : ServerObject(wire::emptyValue(*type));
     objects.put(name, std::move(object), context.limits);
     return {};
@@ -129,7 +129,7 @@ CommandOutcome getObject(const CommandContext &context)
         object = ServerObject(wire::Value(std::string()));
     }
     if (!object) {
-        throw CommandFailure(errors::ServerUnknownObject, "there is no object '" + name + "'");
+        throw CommandFailure(errors::serverUnknownObject, "there is no object '" + name + "'");
     }
     CommandOutcome outcome;
     outcome.objects.push_back({name, std::move(*object)});
@@ -149,15 +149,15 @@ CommandOutcome appendFile(const CommandContext &context)
     const FilePtr target = objects.file(context.name());
     const FilePtr source = objects.file(context.name("SNAME"));
     if (source == target) {
-        throw CommandFailure(errors::UnknownCommand, "a file cannot be appended to itself");
+        throw CommandFailure(errors::unknownCommand, "a file cannot be appended to itself");
     }
     if (context.received.offset && *context.received.offset != target->size()) {
-        throw CommandFailure(errors::WrongOffset,
+        throw CommandFailure(errors::wrongOffset,
                              "the block belongs at " + std::to_string(*context.received.offset) +
                                  ", the file has " + std::to_string(target->size()) + " bytes");
     }
     if (source->size() > objects.roomForFile(*target, context.limits)) {
-        throw CommandFailure(errors::TooManyObjects, "the file would become too long");
+        throw CommandFailure(errors::tooManyObjects, "the file would become too long");
     }
     target->append(*source);
     return {};
@@ -170,7 +170,7 @@ CommandOutcome fileSize(const CommandContext &context)
 
 [[noreturn]] void failDamaged(const std::string &reason)
 {
-    throw CommandFailure(errors::DamagedData, reason);
+    throw CommandFailure(errors::damagedData, reason);
 }
 
 CommandOutcome decompressFile(const CommandContext &context)
@@ -180,7 +180,7 @@ CommandOutcome decompressFile(const CommandContext &context)
     const FilePtr source = objects.file(context.name());
     // The old target must not be taken for the new one when this fails.
     if (targetName == context.name()) {
-        throw CommandFailure(errors::UnknownCommand, "a file cannot be decompressed into itself");
+        throw CommandFailure(errors::unknownCommand, "a file cannot be decompressed into itself");
     }
     objects.remove(targetName);
     if (context.received.hash && *context.received.hash != source->hash()) {
@@ -192,7 +192,7 @@ CommandOutcome decompressFile(const CommandContext &context)
         objects.put(targetName, target, context.limits);
         return {};
     case Decompression::tooLong:
-        throw CommandFailure(errors::TooManyObjects, "the decompressed file is too long");
+        throw CommandFailure(errors::tooManyObjects, "the decompressed file is too long");
     case Decompression::damaged:
         break;
     }
@@ -204,24 +204,24 @@ CommandOutcome setValue(const CommandContext &context, wire::ObjectType type)
     SessionObjects &objects = context.session.objects;
     const std::string &name = context.name();
     if (wire::typeOf(objects.value(name)) != type) {
-        throw CommandFailure(errors::ServerWrongType,
+        throw CommandFailure(errors::serverWrongType,
                              "'" + name + "' is no " + std::string(wire::typeName(type)));
     }
     const std::string &text = context.argument("VALUE");
     wire::Value value =
-        type == wire::ObjectType::Integer ? wire::Value(integerFrom(text)) : wire::Value(text);
+        type == wire::ObjectType::integer ? wire::Value(integerFrom(text)) : wire::Value(text);
     objects.put(name, ServerObject(std::move(value)), context.limits);
     return {};
 }
 
 CommandOutcome setInteger(const CommandContext &context)
 {
-    return setValue(context, wire::ObjectType::Integer);
+    return setValue(context, wire::ObjectType::integer);
 }
 
 CommandOutcome setString(const CommandContext &context)
 {
-    return setValue(context, wire::ObjectType::String);
+    return setValue(context, wire::ObjectType::string);
 }
 
 struct CommandRow
@@ -248,13 +248,13 @@ constexpr std::array commandRows{
 const CommandRow &rowOf(const wire::Command &command)
 {
     const auto *row = std::ranges::find(commandRows, command.name, &CommandRow::name);
-    if (command.verb != wire::Verb::Command || row == commandRows.end()) {
-        throw CommandFailure(errors::UnknownCommand,
+    if (command.verb != wire::Verb::command || row == commandRows.end()) {
+        throw CommandFailure(errors::unknownCommand,
                              "there is no command '" + command.name.substr(0, 64) + "'");
     }
     for (const wire::Field &field : command.arguments) {
         if (field.key.empty() || std::ranges::find(row->arguments, field.key) == row->arguments.end()) {
-            throw CommandFailure(errors::UnknownCommand,
+            throw CommandFailure(errors::unknownCommand,
                                  command.name + " has no field " + field.key.substr(0, 64));
         }
     }
@@ -263,7 +263,7 @@ const CommandRow &rowOf(const wire::Command &command)
 
 bool isLogin(const wire::Command &command)
 {
-    return command.verb == wire::Verb::Command && command.name == "MISC:NOP";
+    return command.verb == wire::Verb::command && command.name == "MISC:NOP";
 }
 
 /// Puts the values of variables in place. The values of a login are taken as they stand: a password may begin
@@ -289,7 +289,7 @@ CommandOutcome dispatch(AppServices &services, ServerSession &session, const Rec
 {
     const auto configuration = services.configuration();
     const ServerLimits &limits = configuration->limits;
-    if (command.verb == wire::Verb::Procedure) {
+    if (command.verb == wire::Verb::procedure) {
         return callProcedure(services, session, command);
     }
     const CommandRow &row = rowOf(command);
@@ -329,25 +329,25 @@ void requireAdmission(const ServerSession &session, const wire::Command &command
 {
     const bool logsIn = isLogin(command) && !command.arguments.empty();
     if (session.wantsLogin && !session.person && !logsIn) {
-        throw CommandFailure(errors::LoginFirst);
+        throw CommandFailure(errors::loginFirst);
     }
 }
 
 void requirePerson(const ServerSession &session)
 {
     if (!session.person) {
-        throw CommandFailure(errors::LoginFirst, "only a person who has logged in can store anything here");
+        throw CommandFailure(errors::loginFirst, "only a person who has logged in can store anything here");
     }
 }
 
 bool sendsObject(const wire::Command &command)
 {
-    return command.verb == wire::Verb::Command && command.name == "OBJECT:SEND";
+    return command.verb == wire::Verb::command && command.name == "OBJECT:SEND";
 }
 
 bool fetchesObject(const wire::Command &command)
 {
-    return command.verb == wire::Verb::Command && command.name == "OBJECT:GET";
+    return command.verb == wire::Verb::command && command.name == "OBJECT:GET";
 }
 
 } // namespace appserver

@@ -18,7 +18,7 @@ void requireArguments(const wire::Command &command, std::initializer_list<std::s
 {
     for (const wire::Field &field : command.arguments) {
         if (std::ranges::find(known, field.key) == known.end()) {
-            throw CommandFailure(errors::BadArgument,
+            throw CommandFailure(errors::badArgument,
                                  command.name + " has no argument " + field.key.substr(0, 64));
         }
     }
@@ -28,7 +28,7 @@ const std::string &argument(const wire::Command &command, std::string_view key)
 {
     const std::string *value = command.find(key);
     if (value == nullptr) {
-        throw CommandFailure(errors::BadArgument, command.name + " needs the argument " + std::string(key));
+        throw CommandFailure(errors::badArgument, command.name + " needs the argument " + std::string(key));
     }
     return *value;
 }
@@ -81,7 +81,7 @@ CommandOutcome getData(AppServices &services, ServerSession &session, const wire
     const auto configuration = services.configuration();
     const auto found = configuration->directories.find(argument(command, "DIRECTORY"));
     if (found == configuration->directories.end()) {
-        throw CommandFailure(errors::BadArgument, "there is no directory of that name");
+        throw CommandFailure(errors::badArgument, "there is no directory of that name");
     }
     const std::string wanted = argument(command, "KEY") + '/' + argument(command, "ENTRIES");
     const OwnAddresses own = services.addresses();
@@ -94,7 +94,7 @@ CommandOutcome getData(AppServices &services, ServerSession &session, const wire
     if (wanted == "Help/Topics") {
         return makeObject(services, session, "Topics", withOwnAddresses(found->second.topics, own));
     }
-    throw CommandFailure(errors::BadArgument, "the directory holds no such entries");
+    throw CommandFailure(errors::badArgument, "the directory holds no such entries");
 }
 
 std::string infoValue(const wire::IndStringList &info, std::string_view key)
@@ -123,7 +123,7 @@ const ServerObject &received(const ServerSession &session, const std::string &na
 {
     const ServerObject *object = session.objects.find(name);
     if (object == nullptr) {
-        throw CommandFailure(errors::DocumentMissing, "there is no " + name);
+        throw CommandFailure(errors::documentMissing, "there is no " + name);
     }
     return *object;
 }
@@ -133,7 +133,7 @@ const wire::IndStringList &receivedInfo(const ServerSession &session)
     const auto *value = std::get_if<wire::Value>(&received(session, "FILE_INFO"));
     const auto *info = value != nullptr ? std::get_if<wire::IndStringList>(value) : nullptr;
     if (info == nullptr) {
-        throw CommandFailure(errors::DocumentMissing, "FILE_INFO is no list of keys and values");
+        throw CommandFailure(errors::documentMissing, "FILE_INFO is no list of keys and values");
     }
     return *info;
 }
@@ -144,17 +144,17 @@ CommandOutcome processFile(AppServices &services, ServerSession &session, const 
     requirePerson(session);
     const auto *file = std::get_if<FilePtr>(&received(session, "RECEIVED_FILE"));
     if (file == nullptr) {
-        throw CommandFailure(errors::DocumentMissing, "RECEIVED_FILE is no file");
+        throw CommandFailure(errors::documentMissing, "RECEIVED_FILE is no file");
     }
     const FilePtr contents = *file;
     const wire::IndStringList &info = receivedInfo(session);
     if (infoValue(info, "FILE_SIZE") != std::to_string(contents->size())) {
-        throw CommandFailure(errors::DocumentSize, "the document has " + std::to_string(contents->size()) +
+        throw CommandFailure(errors::documentSize, "the document has " + std::to_string(contents->size()) +
                                                        " bytes, its description says otherwise");
     }
     const auto format = recogniseFormat(*contents);
     if (!format) {
-        throw CommandFailure(errors::UnprintableFormat);
+        throw CommandFailure(errors::unprintableFormat);
     }
     const std::string *queue = command.find("QUEUE");
     Document document = describe(info, *session.person, queue != nullptr ? *queue : std::string());
@@ -189,7 +189,7 @@ CommandOutcome callProcedure(AppServices &services, ServerSession &session, cons
 {
     const auto *row = std::ranges::find(procedureRows, command.name, &ProcedureRow::name);
     if (row == procedureRows.end()) {
-        throw CommandFailure(errors::UnknownProcedure,
+        throw CommandFailure(errors::unknownProcedure,
                              "there is no procedure '" + command.name.substr(0, 64) + "'");
     }
     return row->call(services, session, command);
@@ -201,7 +201,7 @@ void callSessionProcedure(AppServices &services, ServerSession &session, const s
         return;
     }
     wire::Command command;
-    command.verb = wire::Verb::Procedure;
+    command.verb = wire::Verb::procedure;
     command.name = name;
     static_cast<void>(callProcedure(services, session, command));
 }

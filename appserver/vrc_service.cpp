@@ -24,13 +24,12 @@ void setAnswer(httplib::Response &response, const std::shared_ptr<RequestProcess
         ClientConnection::current()->closeAfterAnswer();
     }
     if (!answer.holdsFiles()) {
-        response.set_content(answer.takeText(), wire::kMediaType);
+        response.set_content(answer.takeText(), wire::mediaType);
         return;
     }
     // The processor keeps the session to itself until the files are sent.
-    response.set_chunked_content_provider(wire::kMediaType, [processor, &answer, part = std::size_t{0}](
-                                                                std::size_t,
-                                                                httplib::DataSink &sink) mutable {
+    response.set_chunked_content_provider(wire::mediaType, [processor, &answer, part = std::size_t{0}](
+                                                               std::size_t, httplib::DataSink &sink) mutable {
         const auto write = [&sink](std::string_view bytes) { return sink.write(bytes.data(), bytes.size()); };
         if (answer.writePart(part, write)) {
             ++part;
@@ -82,15 +81,15 @@ bool isTooLong(const httplib::Request &request, std::uint64_t maxBytes)
 
 void addVrcService(HttpSite &site, AppServices &services)
 {
-    site.Get(wire::kResource, [&services](const httplib::Request &request, httplib::Response &response) {
+    site.Get(wire::resourcePath, [&services](const httplib::Request &request, httplib::Response &response) {
         answerGreeting(request, response, services);
     });
-    site.Post(wire::kResource, [&services](const httplib::Request &request, httplib::Response &response,
-                                           const httplib::ContentReader &reader) {
+    site.Post(wire::resourcePath, [&services](const httplib::Request &request, httplib::Response &response,
+                                              const httplib::ContentReader &reader) {
         if (isTooLong(request, services.configuration()->limits.requestBytes)) {
             return refuse(response, 413);
         }
-        if (request.get_header_value("Content-Type") != wire::kMediaType) {
+        if (request.get_header_value("Content-Type") != wire::mediaType) {
             return refuse(response, 415);
         }
         servePost(services, request, reader, response);
@@ -99,7 +98,7 @@ void addVrcService(HttpSite &site, AppServices &services)
 
 bool isVrcPath(std::string_view path)
 {
-    return path == wire::kResource;
+    return path == wire::resourcePath;
 }
 
 } // namespace appserver

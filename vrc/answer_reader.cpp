@@ -14,7 +14,7 @@ using wire::FrameType;
 
 [[noreturn]] void failStrange(const std::string &what)
 {
-    fail(wire::errors::StrangeAnswer, "the answer of the server makes no sense: " + what);
+    fail(wire::errors::strangeAnswer, "the answer of the server makes no sense: " + what);
 }
 
 void require(bool condition, const char *what)
@@ -50,8 +50,8 @@ void AnswerReader::take(std::string_view bytes)
     while (!bytes.empty()) {
         require(!m_answer.isComplete, "something follows its end");
         const wire::FrameReader::Status status = m_reader.take(bytes);
-        require(status != wire::FrameReader::Status::Malformed, "a frame is unknown or too long");
-        if (status == wire::FrameReader::Status::Frame) {
+        require(status != wire::FrameReader::Status::malformed, "a frame is unknown or too long");
+        if (status == wire::FrameReader::Status::frame) {
             ++m_frames;
             takeFrame(m_reader.type(), m_reader.payload());
         }
@@ -61,29 +61,29 @@ void AnswerReader::take(std::string_view bytes)
 void AnswerReader::finish()
 {
     if (!m_answer.isComplete) {
-        fail(wire::errors::Network, "network error: the answer of the server was cut off");
+        fail(wire::errors::network, "network error: the answer of the server was cut off");
     }
 }
 
 void AnswerReader::takeFrame(FrameType type, std::string_view payload)
 {
-    require(m_missingBytes == 0 || type == FrameType::Data, "an object is cut off");
+    require(m_missingBytes == 0 || type == FrameType::data, "an object is cut off");
     switch (type) {
-    case FrameType::Welcome:
+    case FrameType::welcome:
         return takeWelcome(payload);
-    case FrameType::Result:
+    case FrameType::result:
         return takeResult(payload);
-    case FrameType::Acknowledged:
+    case FrameType::acknowledged:
         return takeAcknowledged(payload);
-    case FrameType::Error:
+    case FrameType::error:
         return takeError(payload);
-    case FrameType::Progress:
+    case FrameType::progress:
         return takeProgress(payload);
-    case FrameType::Complete:
+    case FrameType::complete:
         return takeComplete(payload);
-    case FrameType::Object:
+    case FrameType::object:
         return startObject(payload);
-    case FrameType::Data:
+    case FrameType::data:
         return takeData(payload);
     default:
         failStrange("a frame does not belong there");
@@ -94,7 +94,7 @@ void AnswerReader::takeWelcome(std::string_view payload)
 {
     require(m_expectation.isHello && m_frames == 1, "a welcome nobody asked for");
     m_answer.welcome = decoded(wire::decodeWelcome(payload));
-    require(m_answer.welcome->version == wire::kVersion, "a version nobody offered");
+    require(m_answer.welcome->version == wire::protocolVersion, "a version nobody offered");
     require(isSessionId(m_answer.welcome->sessionId), "a session identifier with strange characters");
 }
 
@@ -163,14 +163,14 @@ void AnswerReader::startObject(std::string_view payload)
     require(m_answer.result.has_value(), "an object without a result");
     const bool isWanted = isFetched(frame);
     if (!isWanted) {
-        require(m_expectation.mayTravel && m_answer.objects.size() < wire::kMaxSessionObjects,
+        require(m_expectation.mayTravel && m_answer.objects.size() < wire::maxSessionObjects,
                 "an object nobody asked for");
-        require(frame.bytes <= wire::kMaxTravellingBytes - m_travellingBytes, "objects that are too large");
+        require(frame.bytes <= wire::maxTravellingBytes - m_travellingBytes, "objects that are too large");
         m_travellingBytes += static_cast<std::size_t>(frame.bytes);
     }
     m_answer.objects.push_back({frame.type, frame.name, {}, {}});
     m_missingBytes = frame.bytes;
-    if (isWanted && frame.type == wire::ObjectType::File) {
+    if (isWanted && frame.type == wire::ObjectType::file) {
         openFile();
     }
     if (m_missingBytes == 0) {

@@ -30,7 +30,7 @@ struct Expectation
 
 struct ReceivedObject
 {
-    wire::ObjectType type = wire::ObjectType::String;
+    wire::ObjectType type = wire::ObjectType::string;
     std::string name;
     std::string bytes;             // empty for a fetched file
     std::optional<LocalFile> file; // a fetched file that has no path of the caller's
@@ -85,7 +85,7 @@ private:
     [[nodiscard]] bool isFetched(const wire::ObjectFrame &object) const;
 
     Expectation m_expectation;
-    wire::FrameReader m_reader{wire::Direction::Answer};
+    wire::FrameReader m_reader{wire::Direction::answer};
     Answer m_answer;
     std::uint64_t m_frames = 0;
     std::uint64_t m_missingBytes = 0; // of the object that is being received

@@ -37,8 +37,8 @@ std::string outcomeOf(const Answer &answer)
 std::uint64_t OutgoingBody::bytes() const
 {
     const std::uint64_t dataBytes = file ? file->bytes : 0;
-    const std::uint64_t dataFrames = (dataBytes + wire::kMaxDataBytes - 1) / wire::kMaxDataBytes;
-    return frames.size() + dataBytes + dataFrames * wire::kFrameHeaderBytes;
+    const std::uint64_t dataFrames = (dataBytes + wire::maxDataBytes - 1) / wire::maxDataBytes;
+    return frames.size() + dataBytes + dataFrames * wire::frameHeaderBytes;
 }
 
 Channel::Channel(const ConnectionSettings &settings) : m_settings(settings), m_log(settings.socketLog)
@@ -85,7 +85,7 @@ Answer Channel::exchange(const OutgoingBody &body, const Expectation &expectatio
     Transport &line = transport();
     Answer answer;
     m_reader = std::make_unique<AnswerReader>(expectation);
-    m_sendPatience = Patience::Stall;
+    m_sendPatience = Patience::stall;
     m_log.request(what);
     guarded([&] {
         line.begin(*m_reader, body.bytes(), m_hasSession);
@@ -100,7 +100,7 @@ void Channel::openStream(std::string_view frames, const Expectation &expectation
     Transport &line = transport();
     m_reader = std::make_unique<AnswerReader>(expectation);
     m_log.request("queued commands");
-    m_sendPatience = Patience::Stall;
+    m_sendPatience = Patience::stall;
     m_held = frames;
     guarded([&] {
         line.begin(*m_reader, std::nullopt, m_hasSession);
@@ -161,7 +161,7 @@ void Channel::writeFile(const FileSlice &file)
     std::string piece;
     for (std::uint64_t done = 0; done < file.bytes; done += piece.size()) {
         const auto count =
-            static_cast<std::size_t>(std::min<std::uint64_t>(wire::kMaxDataBytes, file.bytes - done));
+            static_cast<std::size_t>(std::min<std::uint64_t>(wire::maxDataBytes, file.bytes - done));
         reader.read(file.offset + done, piece, count);
         frame.clear();
         wire::appendDataHeader(frame, piece.size());

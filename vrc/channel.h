@@ -78,7 +78,7 @@ private:
     std::unique_ptr<AnswerReader> m_reader;
     std::string m_held; // first frames of the open stream, which go in one piece with the next
     bool m_isStreaming = false;
-    Patience m_sendPatience = Patience::Stall;
+    Patience m_sendPatience = Patience::stall;
     bool m_hasSession = false;
 };
 

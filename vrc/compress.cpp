@@ -16,14 +16,14 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::uint64_t kBlockBytes = 65536;
-constexpr std::uint64_t kParallelBytes = 4 * 1024 * 1024; // shorter files gain nothing from a second core
-constexpr int kJobBytes = 512 * 1024;                     // the shortest there is: memory goes with it
-constexpr int kWorkers = 2;
-constexpr int kWindowLog = 19; // 512 KiB: what each worker holds besides its job
+constexpr std::uint64_t blockBytes = 65536;
+constexpr std::uint64_t parallelBytes = 4 * 1024 * 1024; // shorter files gain nothing from a second core
+constexpr int jobBytes = 512 * 1024;                     // the shortest there is: memory goes with it
+constexpr int workers = 2;
+constexpr int windowLog = 19; // 512 KiB: what each worker holds besides its job
 
 // An empty skippable frame: magic number and length, little-endian.
-constexpr std::string_view kSkippableFrame = "\x50\x2a\x4d\x18\0\0\0\0"sv;
+constexpr std::string_view skippableFrame = "\x50\x2a\x4d\x18\0\0\0\0"sv;
 
 struct FreeContext
 {
@@ -36,7 +36,7 @@ void check(std::size_t status)
 {
     if (ZSTD_isError(status) != 0U) {
         const bool isMemory = ZSTD_getErrorCode(status) == ZSTD_error_memory_allocation;
-        fail(isMemory ? wire::errors::OutOfMemory : wire::errors::FileWrite,
+        fail(isMemory ? wire::errors::outOfMemory : wire::errors::fileWrite,
              std::string("the file cannot be compressed: ") + ZSTD_getErrorName(status));
     }
 }
@@ -45,14 +45,14 @@ Context makeContext(std::uint64_t sourceBytes)
 {
     Context context(ZSTD_createCCtx());
     if (!context) {
-        fail(wire::errors::OutOfMemory, {});
+        fail(wire::errors::outOfMemory, {});
     }
     check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_compressionLevel, ZSTD_CLEVEL_DEFAULT));
     check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, 1));
-    if (sourceBytes >= kParallelBytes) {
-        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_nbWorkers, kWorkers));
-        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_jobSize, kJobBytes));
-        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_windowLog, kWindowLog));
+    if (sourceBytes >= parallelBytes) {
+        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_nbWorkers, workers));
+        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_jobSize, jobBytes));
+        check(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_windowLog, windowLog));
     }
     check(ZSTD_CCtx_setPledgedSrcSize(context.get(), sourceBytes));
     return context;
@@ -77,8 +77,8 @@ public:
             done += count;
             feed(piece, done == m_source.size() ? ZSTD_e_end : ZSTD_e_continue);
         } while (done < m_source.size());
-        if (m_written % kBlockBytes == 0) {
-            put(kSkippableFrame);
+        if (m_written % blockBytes == 0) {
+            put(skippableFrame);
         }
     }
 
@@ -98,8 +98,8 @@ private:
     void put(std::string_view bytes)
     {
         m_written += bytes.size();
-        if (m_written > wire::kMaxFileBytes) {
-            fail(wire::errors::LimitExceeded, "the compressed file is too long: 2 GiB or more");
+        if (m_written > wire::maxFileBytes) {
+            fail(wire::errors::limitExceeded, "the compressed file is too long: 2 GiB or more");
         }
         m_target.write(bytes);
     }

@@ -10,37 +10,37 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kMaxConnectionBytes = 65536;
+constexpr std::size_t maxConnectionBytes = 65536;
 
 enum Key : std::size_t
 {
-    Unicode,
-    Server,
-    Sso,
-    SsoPrincipal,
-    Application,
-    User,
-    Password,
-    Ssl,
-    Open,
-    Close,
-    SocketLog,
-    ConnectionTimeOut,
-    KeyCount,
+    keyUnicode,
+    keyServer,
+    keySso,
+    keySsoPrincipal,
+    keyApplication,
+    keyUser,
+    keyPassword,
+    keySsl,
+    keyOpen,
+    keyClose,
+    keySocketLog,
+    keyConnectionTimeOut,
+    keyCount,
 };
 
-constexpr std::array<std::string_view, KeyCount> kKeys = {
+constexpr std::array<std::string_view, keyCount> keys = {
     "Unicode",  "Server", "Sso",  "SsoPrincipal", "Application", "User",
     "Password", "Ssl",    "Open", "Close",        "SocketLog",   "ConnectionTimeOut",
 };
 
-using Values = std::array<std::optional<std::string_view>, KeyCount>;
+using Values = std::array<std::optional<std::string_view>, keyCount>;
 
 // The key of KEY=" at the front of the text, when it has no value yet.
 std::optional<Key> keyAtFront(std::string_view text, const Values &values)
 {
-    for (std::size_t key = 0; key < KeyCount; ++key) {
-        const std::string_view name = kKeys[key];
+    for (std::size_t key = 0; key < keyCount; ++key) {
+        const std::string_view name = keys[key];
         if (!values[key] && text.starts_with(name) && text.substr(name.size()).starts_with("=\"")) {
             return static_cast<Key>(key);
         }
@@ -68,7 +68,7 @@ std::optional<Values> splitPairs(std::string_view text)
         if (!key) {
             return std::nullopt;
         }
-        text.remove_prefix(kKeys[*key].size() + 2);
+        text.remove_prefix(keys[*key].size() + 2);
         values[*key] = std::string_view();
         const std::size_t end = endOfValue(text, values);
         if (end == std::string_view::npos) {
@@ -225,33 +225,33 @@ bool takeTimeout(std::optional<std::string_view> value, ConnectionSettings &sett
 
 bool takeSwitches(const Values &values, ConnectionSettings &settings)
 {
-    const std::optional<bool> ssl = parseSwitch(values[Ssl]);
-    const std::optional<bool> singleSignOn = parseSwitch(values[Sso]);
+    const std::optional<bool> ssl = parseSwitch(values[keySsl]);
+    const std::optional<bool> singleSignOn = parseSwitch(values[keySso]);
     settings.ssl = ssl.value_or(false);
     settings.singleSignOn = singleSignOn.value_or(false);
-    return ssl && singleSignOn && parseSwitch(values[Unicode]);
+    return ssl && singleSignOn && parseSwitch(values[keyUnicode]);
 }
 
 } // namespace
 
 std::optional<ConnectionSettings> parseConnectionString(std::string_view text)
 {
-    if (text.size() > kMaxConnectionBytes || !wire::isText(text)) {
+    if (text.size() > maxConnectionBytes || !wire::isText(text)) {
         return std::nullopt;
     }
     const std::optional<Values> values = splitPairs(text);
     ConnectionSettings settings;
-    if (!values || !takeServer((*values)[Server], settings) || !takeSwitches(*values, settings) ||
-        !takeTimeout((*values)[ConnectionTimeOut], settings)) {
+    if (!values || !takeServer((*values)[keyServer], settings) || !takeSwitches(*values, settings) ||
+        !takeTimeout((*values)[keyConnectionTimeOut], settings)) {
         return std::nullopt;
     }
-    settings.principal = (*values)[SsoPrincipal].value_or("");
-    settings.application = (*values)[Application].value_or("");
-    settings.user = (*values)[User].value_or("");
-    settings.password = (*values)[Password].value_or("");
-    settings.openProcedure = (*values)[Open].value_or("");
-    settings.closeProcedure = (*values)[Close].value_or("");
-    settings.socketLog = (*values)[SocketLog].value_or("");
+    settings.principal = (*values)[keySsoPrincipal].value_or("");
+    settings.application = (*values)[keyApplication].value_or("");
+    settings.user = (*values)[keyUser].value_or("");
+    settings.password = (*values)[keyPassword].value_or("");
+    settings.openProcedure = (*values)[keyOpen].value_or("");
+    settings.closeProcedure = (*values)[keyClose].value_or("");
+    settings.socketLog = (*values)[keySocketLog].value_or("");
     return settings;
 }
 

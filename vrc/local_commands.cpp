@@ -19,7 +19,7 @@ using wire::Field;
 
 [[noreturn]] void failMalformed(const Command &command, const std::string &problem)
 {
-    fail(errors::MalformedCommand, command.name + ": " + problem);
+    fail(errors::malformedCommand, command.name + ": " + problem);
 }
 
 const std::string &argument(const Command &command, std::string_view key)
@@ -44,7 +44,7 @@ std::int64_t numberArgument(const Command &command, std::string_view key)
 {
     const std::optional<std::int64_t> number = wire::parseInteger(argument(command, key));
     if (!number) {
-        fail(errors::BadNumber,
+        fail(errors::badNumber,
              command.name + ": " + std::string(key) + " is not a number, or too large a one");
     }
     return *number;
@@ -54,7 +54,7 @@ std::uint64_t countArgument(const Command &command, std::string_view key)
 {
     const std::int64_t number = numberArgument(command, key);
     if (number < 0) {
-        fail(errors::BadNumber, command.name + ": " + std::string(key) + " is negative");
+        fail(errors::badNumber, command.name + ": " + std::string(key) + " is negative");
     }
     return static_cast<std::uint64_t>(number);
 }
@@ -73,7 +73,7 @@ std::size_t position(const Command &command, std::size_t entries)
 {
     const std::int64_t index = numberArgument(command, "INDEX");
     if (index < 1 || static_cast<std::uint64_t>(index) > entries) {
-        fail(errors::IndexOutOfRange, command.name + ": there is no entry " + std::to_string(index) +
+        fail(errors::indexOutOfRange, command.name + ": there is no entry " + std::to_string(index) +
                                           " among " + std::to_string(entries));
     }
     return static_cast<std::size_t>(index) - 1;
@@ -114,7 +114,7 @@ LocalFile newFile(const Command &command)
         failMalformed(command, "FILENAME is empty");
     }
     if (persist != nullptr && *persist != "0" && *persist != "-1") {
-        fail(errors::BadNumber, command.name + ": PERSIST is neither 0 nor -1");
+        fail(errors::badNumber, command.name + ": PERSIST is neither 0 nor -1");
     }
     return {path, persist != nullptr && *persist == "0"};
 }
@@ -127,7 +127,7 @@ std::string createObject(LocalState &state, const Command &command)
     if (!type) {
         failMalformed(command, "TYPE names no type of object");
     }
-    if (*type == wire::ObjectType::File) {
+    if (*type == wire::ObjectType::file) {
         state.objects.create(name, newFile(command), mayReplace);
     } else {
         state.objects.create(name, wire::emptyValue(*type), mayReplace);
@@ -226,7 +226,7 @@ std::string keyedListValue(LocalState &state, const Command &command)
     const std::string &key = argument(command, "KEY");
     const auto entry = findKey(list, key);
     if (entry == list.end()) {
-        fail(errors::UnknownObject, "the list " + argument(command, "NAME") + " has no key " + key);
+        fail(errors::unknownObject, "the list " + argument(command, "NAME") + " has no key " + key);
     }
     return entry->value;
 }
@@ -241,8 +241,8 @@ std::string setKeyedListValue(LocalState &state, const Command &command)
         entry->value = value;
         return {};
     }
-    if (list.size() == wire::kMaxEntries) {
-        fail(errors::LimitExceeded,
+    if (list.size() == wire::maxEntries) {
+        fail(errors::limitExceeded,
              "the list " + argument(command, "NAME") + " holds 10,000 entries already");
     }
     list.push_back({key, value});
@@ -264,7 +264,7 @@ std::string tableRow(LocalState &state, const Command &command)
     const std::int64_t row = numberArgument(command, "ROW");
     const std::optional<std::string> text = wire::rowText(table, row);
     if (!text) {
-        fail(errors::IndexOutOfRange, command.name + ": there is no row " + std::to_string(row) + " among " +
+        fail(errors::indexOutOfRange, command.name + ": there is no row " + std::to_string(row) + " among " +
                                           std::to_string(table.rows()));
     }
     return *text;
@@ -277,7 +277,7 @@ struct LocalCommand
     std::string (*run)(LocalState &, const Command &);
 };
 
-constexpr std::array kLocalCommands = {
+constexpr std::array localCommands = {
     LocalCommand{"LOCAL:REQUEST:ERROR_INFO", "ERROR_STRING", errorInfo},
     LocalCommand{"LOCAL:REQUEST:GET_SESSION_ID", "", sessionId},
     LocalCommand{"LOCAL:OBJECT:CREATE", "TYPE NAME REPLACE PERSIST FILENAME", createObject},
@@ -314,10 +314,10 @@ bool isListed(std::string_view keys, std::string_view key)
 const LocalCommand &findCommand(const Command &command)
 {
     const auto *found =
-        std::find_if(kLocalCommands.begin(), kLocalCommands.end(),
+        std::find_if(localCommands.begin(), localCommands.end(),
                      [&command](const LocalCommand &row) { return row.name == command.name; });
-    if (found == kLocalCommands.end()) {
-        fail(errors::MalformedCommand, "there is no command " + command.name);
+    if (found == localCommands.end()) {
+        fail(errors::malformedCommand, "there is no command " + command.name);
     }
     for (const Field &field : command.arguments) {
         if (!isListed(found->keys, field.key)) {
@@ -341,7 +341,7 @@ void substituteVariables(LocalState &state, Command &command)
         }
         const auto variable = state.variables.find(*name);
         if (variable == state.variables.end()) {
-            fail(errors::UnknownVariable, command.name + ": there is no variable " + std::string(*name));
+            fail(errors::unknownVariable, command.name + ": there is no variable " + std::string(*name));
         }
         used.push_back(variable->first);
         field.value = variable->second;
@@ -358,7 +358,7 @@ std::string runTolerantly(LocalState &state, const LocalCommand &row, const Comm
     try {
         return row.run(state, command);
     } catch (const Failure &failure) {
-        if (command.noError && wire::isError(failure.error(), errors::UnknownObject)) {
+        if (command.noError && wire::isError(failure.error(), errors::unknownObject)) {
             return {};
         }
         throw;
@@ -367,9 +367,8 @@ std::string runTolerantly(LocalState &state, const LocalCommand &row, const Comm
 
 void storeVariable(LocalState &state, const std::string &name, const std::string &result)
 {
-    if (state.variables.size() == wire::kMaxVariables &&
-        state.variables.find(name) == state.variables.end()) {
-        fail(errors::LimitExceeded, "the request holds too many variables");
+    if (state.variables.size() == wire::maxVariables && state.variables.find(name) == state.variables.end()) {
+        fail(errors::limitExceeded, "the request holds too many variables");
     }
     state.variables.insert_or_assign(name, result);
 }

@@ -18,7 +18,7 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kPieceBytes = 65536;
+constexpr std::size_t pieceBytes = 65536;
 
 std::string reason(const std::string &path, const char *verb, int error)
 {
@@ -27,12 +27,12 @@ std::string reason(const std::string &path, const char *verb, int error)
 
 [[noreturn]] void failRead(const std::string &path, int error)
 {
-    fail(wire::errors::FileRead, reason(path, "read", error));
+    fail(wire::errors::fileRead, reason(path, "read", error));
 }
 
 [[noreturn]] void failWrite(const std::string &path, int error)
 {
-    fail(wire::errors::FileWrite, reason(path, "written", error));
+    fail(wire::errors::fileWrite, reason(path, "written", error));
 }
 
 // Which file that is. A descriptor's never changes while it is open.
@@ -72,7 +72,7 @@ void readFully(int descriptor, const std::string &path, std::uint64_t offset, st
             failRead(path, errno);
         }
         if (got == 0) {
-            fail(wire::errors::FileRead, path + " cannot be read: it has become shorter");
+            fail(wire::errors::fileRead, path + " cannot be read: it has become shorter");
         }
         done += got > 0 ? static_cast<std::size_t>(got) : 0;
     }
@@ -124,7 +124,7 @@ public:
     void copy(const std::string &path, std::uint64_t offset, std::uint64_t bytes)
     {
         if (offset > m_sourceBytes || bytes > m_sourceBytes - offset) {
-            fail(wire::errors::FileRead,
+            fail(wire::errors::fileRead,
                  m_source.path() + " cannot be read: it ends before the bytes to copy do");
         }
         if (m_target < 0) {
@@ -134,7 +134,7 @@ public:
             failWrite(path, errno);
         }
         for (std::uint64_t done = 0; done < bytes; done += m_piece.size()) {
-            const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(kPieceBytes, bytes - done));
+            const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(pieceBytes, bytes - done));
             m_source.read(offset + done, m_piece, count);
             write(path, done);
         }
@@ -206,11 +206,11 @@ std::uint64_t LocalFile::size() const
         failRead(m_path, errno);
     }
     if (!S_ISREG(status.st_mode)) {
-        fail(wire::errors::FileRead, m_path + " cannot be read: it is not a file");
+        fail(wire::errors::fileRead, m_path + " cannot be read: it is not a file");
     }
     const auto bytes = static_cast<std::uint64_t>(status.st_size);
-    if (bytes > wire::kMaxFileBytes) {
-        fail(wire::errors::LimitExceeded, m_path + " is too long: 2 GiB or more");
+    if (bytes > wire::maxFileBytes) {
+        fail(wire::errors::limitExceeded, m_path + " is too long: 2 GiB or more");
     }
     return bytes;
 }
@@ -292,7 +292,7 @@ FileReader::FileReader(const std::string &path)
     }
     if (fstat(m_descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(m_descriptor);
-        fail(wire::errors::FileRead, m_path + " cannot be read: it is not a file");
+        fail(wire::errors::fileRead, m_path + " cannot be read: it is not a file");
     }
     m_size = static_cast<std::uint64_t>(status.st_size);
 }
@@ -318,7 +318,7 @@ void FileReader::append(std::uint64_t offset, std::string &target, std::size_t c
 void refuseToOverwrite(const FileReader &source, const std::string &path)
 {
     if (isFile(statusOf(path), identityOf(statusOf(source.descriptor())))) {
-        fail(wire::errors::FileWrite, path + " cannot be written: it is the file that is read");
+        fail(wire::errors::fileWrite, path + " cannot be written: it is the file that is read");
     }
 }
 

@@ -6,7 +6,7 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kMaxObjects = 1024;
+constexpr std::size_t maxObjects = 1024;
 
 } // namespace
 
@@ -14,14 +14,14 @@ void LocalObjects::create(const std::string &name, LocalObject object, bool mayR
 {
     const auto existing = m_objects.find(name);
     if (existing != m_objects.end() && !mayReplace) {
-        fail(wire::errors::ObjectExists, "the object " + name + " exists already");
+        fail(wire::errors::objectExists, "the object " + name + " exists already");
     }
     if (existing != m_objects.end()) {
         // The old object goes first: it may own the file that the new one names.
         m_objects.erase(existing);
     }
-    if (m_objects.size() == kMaxObjects) {
-        fail(wire::errors::LimitExceeded, "the request holds too many objects");
+    if (m_objects.size() == maxObjects) {
+        fail(wire::errors::limitExceeded, "the request holds too many objects");
     }
     m_objects.emplace(name, std::move(object));
 }
@@ -38,7 +38,7 @@ LocalObject &LocalObjects::find(std::string_view name)
 {
     const auto existing = m_objects.find(name);
     if (existing == m_objects.end()) {
-        fail(wire::errors::UnknownObject, "there is no object " + std::string(name));
+        fail(wire::errors::unknownObject, "there is no object " + std::string(name));
     }
     return existing->second;
 }
@@ -54,7 +54,7 @@ LocalFile &LocalObjects::file(std::string_view name)
 
 void LocalObjects::failWrongType(std::string_view name)
 {
-    fail(wire::errors::WrongType, "the object " + std::string(name) + " is of another type");
+    fail(wire::errors::wrongType, "the object " + std::string(name) + " is of another type");
 }
 
 } // namespace vrc

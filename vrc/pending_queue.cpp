@@ -7,14 +7,14 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kMaxEntries = 256;
-constexpr std::size_t kMaxKeptBytes = 256 * 1024;
+constexpr std::size_t maxEntries = 256;
+constexpr std::size_t maxKeptBytes = 256 * 1024;
 
 } // namespace
 
 void PendingQueue::add(QueuedCommand command)
 {
-    const bool isAppend = command.kind == QueuedCommand::Kind::Append;
+    const bool isAppend = command.kind == QueuedCommand::Kind::append;
     m_entries.push_back({std::move(command), {}, 0, 1});
     if (isAppend) {
         gatherRun();
@@ -32,7 +32,7 @@ bool PendingQueue::isFull() const
     const std::size_t keptBytes = std::accumulate(
         m_entries.begin(), m_entries.end(), std::size_t{0},
         [](std::size_t sum, const Entry &entry) { return sum + entry.command.frames.size(); });
-    return m_entries.size() >= kMaxEntries || keptBytes >= kMaxKeptBytes;
+    return m_entries.size() >= maxEntries || keptBytes >= maxKeptBytes;
 }
 
 bool PendingQueue::isLong() const
@@ -101,11 +101,11 @@ void PendingQueue::gatherRun()
         return;
     }
     const QueuedCommand send = m_entries[count - 2].command;
-    if (send.kind != QueuedCommand::Kind::Send || send.name != append.sourceName || send.slice.bytes == 0) {
+    if (send.kind != QueuedCommand::Kind::send || send.name != append.sourceName || send.slice.bytes == 0) {
         return;
     }
     const bool removes = count >= 3 && !m_entries[count - 3].isRun() &&
-                         m_entries[count - 3].command.kind == QueuedCommand::Kind::Remove &&
+                         m_entries[count - 3].command.kind == QueuedCommand::Kind::remove &&
                          m_entries[count - 3].command.name == append.sourceName;
     Entry run{append, send.slice, send.slice.bytes, removes ? 3U : 2U};
     run.command.number = append.number + 1 - run.stride;
@@ -149,11 +149,11 @@ QueuedCommand PendingQueue::Entry::at(std::uint64_t number) const
     const std::uint64_t bytes = std::min(blockBytes, slice.bytes - start);
     QueuedCommand one;
     one.number = number;
-    one.kind = phase == 0 ? Kind::Remove : phase == 1 ? Kind::Send : Kind::Append;
-    one.name = one.kind == Kind::Append ? command.name : command.sourceName;
-    if (one.kind == Kind::Send) {
+    one.kind = phase == 0 ? Kind::remove : phase == 1 ? Kind::send : Kind::append;
+    one.name = one.kind == Kind::append ? command.name : command.sourceName;
+    if (one.kind == Kind::send) {
         one.slice = {slice.path, slice.offset + start, bytes};
-    } else if (one.kind == Kind::Append) {
+    } else if (one.kind == Kind::append) {
         one.sourceName = command.sourceName;
         one.offset = command.offset + start;
     }

@@ -16,13 +16,13 @@ struct QueuedCommand
 {
     enum class Kind
     {
-        Remove,
-        Send,
-        Append,
-        Kept // its frames are kept as they were sent
+        remove,
+        send,
+        append,
+        kept // its frames are kept as they were sent
     };
 
-    Kind kind = Kind::Remove;
+    Kind kind = Kind::remove;
     std::uint64_t number = 0;
     std::string name;         // of the object appended to, or made, replaced or removed; may be empty
     std::string sourceName;   // Append: the object that is appended

@@ -13,27 +13,27 @@ namespace {
 
 using Kind = RemoteCommand::Kind;
 
-constexpr std::array<std::pair<std::string_view, Kind>, 7> kKinds = {{
-    {"OBJECT:CREATE", Kind::Create},
-    {"OBJECT:REMOVE", Kind::Remove},
-    {"OBJECT:GET", Kind::Get},
-    {"OBJECT:SEND", Kind::Send},
-    {"OBJECT:FILE_APPEND", Kind::Append},
-    {"OBJECT:FILE_DECOMPRESS", Kind::Decompress},
-    {"OBJECT:INTEGER_SET_VALUE", Kind::SetInteger},
+constexpr std::array<std::pair<std::string_view, Kind>, 7> kinds = {{
+    {"OBJECT:CREATE", Kind::create},
+    {"OBJECT:REMOVE", Kind::remove},
+    {"OBJECT:GET", Kind::get},
+    {"OBJECT:SEND", Kind::send},
+    {"OBJECT:FILE_APPEND", Kind::append},
+    {"OBJECT:FILE_DECOMPRESS", Kind::decompress},
+    {"OBJECT:INTEGER_SET_VALUE", Kind::setInteger},
 }};
 
 Kind kindOf(const wire::Command &command)
 {
-    if (command.verb == wire::Verb::Procedure) {
-        return Kind::Procedure;
+    if (command.verb == wire::Verb::procedure) {
+        return Kind::procedure;
     }
     if (command.name == "OBJECT:FILE_GET_SIZE" && command.variable) {
-        return Kind::SizeToVariable;
+        return Kind::sizeToVariable;
     }
-    const auto *found = std::find_if(kKinds.begin(), kKinds.end(),
+    const auto *found = std::find_if(kinds.begin(), kinds.end(),
                                      [&command](const auto &row) { return row.first == command.name; });
-    return found == kKinds.end() ? Kind::Other : found->second;
+    return found == kinds.end() ? Kind::other : found->second;
 }
 
 std::string valueOf(const wire::Command &command, std::string_view key)
@@ -67,28 +67,28 @@ bool hasNames(const wire::Command &command)
 bool mayQueue(const RemoteCommand &described, const wire::Command &command)
 {
     const bool carriesBack =
-        described.kind == Kind::Other || described.kind == Kind::Procedure || described.kind == Kind::Get;
+        described.kind == Kind::other || described.kind == Kind::procedure || described.kind == Kind::get;
     return !carriesBack && described.hasNames && !command.container && !command.noError;
 }
 
 void requireName(const std::string &name, const RemoteCommand &command)
 {
     if (!wire::isName(name)) {
-        fail(wire::errors::MalformedCommand, "a field of the command names no object: " + command.line);
+        fail(wire::errors::malformedCommand, "a field of the command names no object: " + command.line);
     }
 }
 
 // A file that fits into one data frame goes with the frames, in one piece.
 bool fitsDataFrame(std::uint64_t bytes)
 {
-    return bytes > 0 && bytes <= wire::kMaxDataBytes;
+    return bytes > 0 && bytes <= wire::maxDataBytes;
 }
 
 template <class Source>
 void appendBlock(OutgoingBody &body, std::uint64_t bytes, Source appendContents)
 {
     body.blockBytes = static_cast<std::size_t>(bytes);
-    body.frames.reserve(body.frames.size() + wire::kFrameHeaderBytes + body.blockBytes);
+    body.frames.reserve(body.frames.size() + wire::frameHeaderBytes + body.blockBytes);
     wire::appendDataHeader(body.frames, body.blockBytes);
     appendContents(body.frames, body.blockBytes);
 }
@@ -98,7 +98,7 @@ void appendLocalObject(OutgoingBody &body, const std::string &name, LocalObjects
     LocalObject &object = objects.find(name);
     if (const auto *file = std::get_if<LocalFile>(&object)) {
         const std::uint64_t bytes = file->size();
-        wire::append(body.frames, wire::ObjectFrame{wire::ObjectType::File, name, bytes});
+        wire::append(body.frames, wire::ObjectFrame{wire::ObjectType::file, name, bytes});
         if (!fitsDataFrame(bytes)) {
             body.file = FileSlice{file->path(), 0, bytes};
             return;
@@ -109,7 +109,7 @@ void appendLocalObject(OutgoingBody &body, const std::string &name, LocalObjects
     }
     const auto &value = std::get<wire::Value>(object);
     if (!wire::isWithinLimits(value)) {
-        fail(wire::errors::LimitExceeded, "the object " + name + " is too large to be sent");
+        fail(wire::errors::limitExceeded, "the object " + name + " is too large to be sent");
     }
     wire::appendValue(body.frames, name, value);
 }
@@ -124,12 +124,12 @@ RemoteCommand describe(const wire::Command &command, std::string_view line)
     described.name = valueOf(command, "NAME");
     described.sourceName = valueOf(command, "SNAME");
     described.targetName = valueOf(command, "DNAME");
-    described.createsFile = described.kind == Kind::Create && valueOf(command, "TYPE") == "FILE";
+    described.createsFile = described.kind == Kind::create && valueOf(command, "TYPE") == "FILE";
     described.noError = command.noError;
     described.isPlain = isPlain(command);
     described.hasNames = hasNames(command);
     described.mayQueue = mayQueue(described, command);
-    if (described.kind == Kind::Get || described.kind == Kind::Send) {
+    if (described.kind == Kind::get || described.kind == Kind::send) {
         requireName(described.name, described);
     }
     return described;
@@ -142,15 +142,15 @@ OutgoingBody bodyOf(const RemoteCommand &command, const Dispatch &dispatch, Loca
     frame.number = dispatch.number;
     frame.isQueued = dispatch.isQueued;
     frame.line = command.line;
-    if (command.kind == Kind::Append) {
+    if (command.kind == Kind::append) {
         frame.offset = appended.size(command.name);
     }
-    if (command.kind == Kind::Decompress) {
+    if (command.kind == Kind::decompress) {
         frame.hash = appended.hash(command.name);
     }
     OutgoingBody body;
     wire::append(body.frames, frame);
-    if (command.kind == Kind::Send) {
+    if (command.kind == Kind::send) {
         appendLocalObject(body, command.name, objects);
     }
     return body;
@@ -163,25 +163,25 @@ OutgoingBody bodyOf(const QueuedCommand &command)
     frame.isQueued = true;
     OutgoingBody body;
     switch (command.kind) {
-    case QueuedCommand::Kind::Kept:
+    case QueuedCommand::Kind::kept:
         body.frames = command.frames;
         return body;
-    case QueuedCommand::Kind::Remove:
+    case QueuedCommand::Kind::remove:
         frame.line = "VR_CMD=|OBJECT:REMOVE| NAME=|" + command.name + "|";
         break;
-    case QueuedCommand::Kind::Send:
+    case QueuedCommand::Kind::send:
         frame.line = "VR_CMD=|OBJECT:SEND| NAME=|" + command.name + "|";
         break;
-    case QueuedCommand::Kind::Append:
+    case QueuedCommand::Kind::append:
         frame.line =
             "VR_CMD=|OBJECT:FILE_APPEND| NAME=|" + command.name + "| SNAME=|" + command.sourceName + "|";
         frame.offset = command.offset;
         break;
     }
     wire::append(body.frames, frame);
-    if (command.kind == QueuedCommand::Kind::Send) {
+    if (command.kind == QueuedCommand::Kind::send) {
         wire::append(body.frames,
-                     wire::ObjectFrame{wire::ObjectType::File, command.name, command.slice.bytes});
+                     wire::ObjectFrame{wire::ObjectType::file, command.name, command.slice.bytes});
         if (command.slice.bytes > 0) {
             appendBlock(body, command.slice.bytes, [&command](std::string &frames, std::size_t count) {
                 FileReader(command.slice.path).append(command.slice.offset, frames, count);

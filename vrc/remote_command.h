@@ -18,19 +18,19 @@ struct RemoteCommand
 {
     enum class Kind
     {
-        Other,
-        Procedure,
-        Create,
-        Remove,
-        Get,
-        Send,
-        Append,
-        Decompress,
-        SizeToVariable,
-        SetInteger
+        other,
+        procedure,
+        create,
+        remove,
+        get,
+        send,
+        append,
+        decompress,
+        sizeToVariable,
+        setInteger
     };
 
-    Kind kind = Kind::Other;
+    Kind kind = Kind::other;
     std::string line;
     std::string name;       // NAME
     std::string sourceName; // SNAME

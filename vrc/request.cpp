@@ -15,7 +15,7 @@ namespace {
 // Its texts are so short that a string holds them within itself: making it needs no memory.
 wire::ErrorInfo outOfMemory()
 {
-    return {"LOCAL", "REQUEST", wire::errors::OutOfMemory.code, "out of memory", {}};
+    return {"LOCAL", "REQUEST", wire::errors::outOfMemory.code, "out of memory", {}};
 }
 
 } // namespace
@@ -34,8 +34,8 @@ bool Request::command(std::string_view line, std::span<char> result) noexcept
         std::string problem;
         const std::optional<wire::Command> parsed = wire::parseCommand(line, problem);
         if (!parsed) {
-            const bool isTooLong = line.size() > wire::kMaxCommandBytes;
-            fail(isTooLong ? wire::errors::LimitExceeded : wire::errors::MalformedCommand,
+            const bool isTooLong = line.size() > wire::maxCommandBytes;
+            fail(isTooLong ? wire::errors::limitExceeded : wire::errors::malformedCommand,
                  "malformed command: " + problem);
         }
         isQuery = isErrorQuery(*parsed);
@@ -61,7 +61,7 @@ void Request::deliver(std::string_view text, std::span<char> result) const
         return;
     }
     if (text.size() >= result.size()) {
-        fail(wire::errors::ResultTooLong, "the result of " + std::to_string(text.size()) +
+        fail(wire::errors::resultTooLong, "the result of " + std::to_string(text.size()) +
                                               " bytes does not fit into a buffer of " +
                                               std::to_string(result.size()));
     }

@@ -15,7 +15,7 @@ wire::Value decodedObject(const ReceivedObject &object)
 {
     std::optional<wire::Value> value = wire::decodeValue(object.type, object.bytes);
     if (!value) {
-        fail(wire::errors::StrangeAnswer,
+        fail(wire::errors::strangeAnswer,
              "the server sent an object " + object.name + " that makes no sense");
     }
     return std::move(*value);
@@ -23,7 +23,7 @@ wire::Value decodedObject(const ReceivedObject &object)
 
 LocalObject localForm(ReceivedObject object)
 {
-    if (object.type != wire::ObjectType::File) {
+    if (object.type != wire::ObjectType::file) {
         return decodedObject(object);
     }
     if (object.file) {
@@ -46,7 +46,7 @@ Session::Session(const ConnectionSettings &settings, LocalState &state)
 
 std::string Session::run(const wire::Command &command, std::string_view line)
 {
-    if (command.verb == wire::Verb::CloseSession) {
+    if (command.verb == wire::Verb::closeSession) {
         close();
         return {};
     }
@@ -54,7 +54,7 @@ std::string Session::run(const wire::Command &command, std::string_view line)
     try {
         return takeTravelled(described) ? std::string() : send(described);
     } catch (...) {
-        if (described.kind == Kind::Get) {
+        if (described.kind == Kind::get) {
             m_state.objects.remove(described.name); // nothing stale is ever taken for an answer
         }
         throw;
@@ -72,7 +72,7 @@ auto Session::insist(Action action)
         } catch (const BodyRefused &refusal) {
             shrinkBodies(refusal);
         } catch (const Failure &failure) {
-            const bool isNetwork = wire::isError(failure.error(), wire::errors::Network);
+            const bool isNetwork = wire::isError(failure.error(), wire::errors::network);
             if (isNetwork) {
                 learnFromLoss();
             }
@@ -96,12 +96,12 @@ void Session::close()
     }
     OutgoingBody body{sessionFrame(), {}};
     wire::appendEnd(body.frames);
-    const Patience patience = m_settings.closeProcedure.empty() ? Patience::Stall : Patience::Procedure;
+    const Patience patience = m_settings.closeProcedure.empty() ? Patience::stall : Patience::procedure;
     m_travelled.clear();
     m_isDivisible = false;
     const Answer answer =
         insist([&] { return m_channel.exchange(body, Expectation{}, patience, "VR_CLOSE_SESSION=|YES|"); });
-    if (answer.requestError && !wire::isError(*answer.requestError, wire::errors::UnknownSession)) {
+    if (answer.requestError && !wire::isError(*answer.requestError, wire::errors::unknownSession)) {
         throw Failure(*answer.requestError);
     }
     reset();
@@ -128,7 +128,7 @@ bool Session::takeTravelled(const RemoteCommand &command)
     const auto found =
         std::find_if(m_travelled.begin(), m_travelled.end(),
                      [&command](const ReceivedObject &object) { return object.name == command.name; });
-    if (command.kind != Kind::Get || !command.isPlain || found == m_travelled.end()) {
+    if (command.kind != Kind::get || !command.isPlain || found == m_travelled.end()) {
         return false;
     }
     ReceivedObject copy{found->type, found->name, found->bytes, {}};
@@ -193,10 +193,10 @@ void Session::sendQueued(const RemoteCommand &command)
 bool Session::mayQueue(const RemoteCommand &command) const
 {
     if (m_state.sessionId.empty() || !command.mayQueue || m_pending.isFull() ||
-        command.line.size() > wire::kMaxDataBytes) {
+        command.line.size() > wire::maxDataBytes) {
         return false;
     }
-    return command.kind != Kind::Send || isBlock(command) || (!m_pending.isEmpty() && canBeKept(command));
+    return command.kind != Kind::send || isBlock(command) || (!m_pending.isEmpty() && canBeKept(command));
 }
 
 bool Session::isBlock(const RemoteCommand &command) const
@@ -205,7 +205,7 @@ bool Session::isBlock(const RemoteCommand &command) const
                                 ? std::get_if<LocalFile>(&m_state.objects.find(command.name))
                                 : nullptr;
     return command.isPlain && file != nullptr && file->copiedFrom() &&
-           file->copiedFrom()->bytes <= wire::kMaxDataBytes;
+           file->copiedFrom()->bytes <= wire::maxDataBytes;
 }
 
 bool Session::canBeKept(const RemoteCommand &command) const
@@ -217,7 +217,7 @@ bool Session::canBeKept(const RemoteCommand &command) const
     const auto *file = std::get_if<LocalFile>(&object);
     const std::uint64_t bytes =
         file != nullptr ? file->size() : wire::encodeValue(std::get<wire::Value>(object)).size();
-    return bytes <= wire::kMaxDataBytes;
+    return bytes <= wire::maxDataBytes;
 }
 
 QueuedCommand Session::queuedForm(const RemoteCommand &command, std::uint64_t number,
@@ -226,26 +226,26 @@ QueuedCommand Session::queuedForm(const RemoteCommand &command, std::uint64_t nu
     QueuedCommand queued;
     queued.number = number;
     queued.name = command.name;
-    if (command.kind == Kind::Remove && command.isPlain) {
+    if (command.kind == Kind::remove && command.isPlain) {
         return queued;
     }
-    if (command.kind == Kind::Send && isBlock(command)) {
-        queued.kind = QueuedCommand::Kind::Send;
+    if (command.kind == Kind::send && isBlock(command)) {
+        queued.kind = QueuedCommand::Kind::send;
         queued.slice = *m_state.objects.file(command.name).copiedFrom();
         return queued;
     }
-    if (command.kind == Kind::Append && command.isPlain && m_block.name == command.sourceName &&
+    if (command.kind == Kind::append && command.isPlain && m_block.name == command.sourceName &&
         m_appended.size(command.name)) {
-        queued.kind = QueuedCommand::Kind::Append;
+        queued.kind = QueuedCommand::Kind::append;
         queued.sourceName = command.sourceName;
         queued.offset = *m_appended.size(command.name);
         return queued;
     }
-    queued.kind = QueuedCommand::Kind::Kept;
+    queued.kind = QueuedCommand::Kind::kept;
     queued.frames = body.frames;
-    queued.isForgiven = command.kind == Kind::Create;
-    queued.isLong = command.kind == Kind::Decompress;
-    if (command.kind == Kind::Decompress || command.kind == Kind::SizeToVariable) {
+    queued.isForgiven = command.kind == Kind::create;
+    queued.isLong = command.kind == Kind::decompress;
+    if (command.kind == Kind::decompress || command.kind == Kind::sizeToVariable) {
         queued.name = command.targetName; // of a size there is none: nothing of the object changes
     }
     return queued;
@@ -290,7 +290,7 @@ std::string Session::settle(const RemoteCommand &command, std::uint64_t number, 
         throw Failure(*answer.error);
     }
     if (!answer.result) {
-        fail(wire::errors::StrangeAnswer, "the answer of the server makes no sense: there is no result");
+        fail(wire::errors::strangeAnswer, "the answer of the server makes no sense: there is no result");
     }
     takeFetched(command, answer);
     return std::move(*answer.result);
@@ -305,22 +305,22 @@ void Session::takeWelcome(const Answer &answer)
 
 void Session::takeFetched(const RemoteCommand &command, Answer &answer)
 {
-    if (command.kind == Kind::Procedure) {
+    if (command.kind == Kind::procedure) {
         m_travelled = std::move(answer.objects);
         return;
     }
-    if (command.kind != Kind::Get) {
+    if (command.kind != Kind::get) {
         return;
     }
     if (answer.objects.empty()) {
         if (!command.noError) {
-            fail(wire::errors::StrangeAnswer, "the server did not send the object " + command.name);
+            fail(wire::errors::strangeAnswer, "the server did not send the object " + command.name);
         }
         m_state.objects.remove(command.name);
         return;
     }
     ReceivedObject &object = answer.objects.front();
-    if (object.type == wire::ObjectType::File && !object.file) {
+    if (object.type == wire::ObjectType::file && !object.file) {
         m_state.objects.file(command.name).forgetOrigin(); // it went to the path of that object
         return;
     }
@@ -336,9 +336,9 @@ void Session::noteEffects(const RemoteCommand &command, OutgoingBody body)
         return;
     }
     switch (command.kind) {
-    case Kind::Create:
+    case Kind::create:
         return command.createsFile ? m_appended.created(command.name) : m_appended.forget(command.name);
-    case Kind::Send: {
+    case Kind::send: {
         m_appended.forget(command.name);
         const bool isBlock = !body.file || body.file->bytes == 0;
         m_block = isBlock ? SentBlock{command.name, {}, body.blockBytes} : SentBlock{};
@@ -347,23 +347,23 @@ void Session::noteEffects(const RemoteCommand &command, OutgoingBody body)
         }
         return;
     }
-    case Kind::Append:
+    case Kind::append:
         return m_block.name == command.sourceName ? m_appended.appended(command.name, m_block.contents())
                                                   : m_appended.forget(command.name);
-    case Kind::Remove:
+    case Kind::remove:
         m_appended.forget(command.name);
         m_block = m_block.name == command.name ? SentBlock{} : std::move(m_block);
         return;
-    case Kind::Decompress:
+    case Kind::decompress:
         return m_appended.forget(command.targetName);
-    case Kind::Procedure:
+    case Kind::procedure:
         m_appended.forgetAll();
         m_block = {};
         return;
-    case Kind::Get:
-    case Kind::SizeToVariable:
-    case Kind::SetInteger:
-    case Kind::Other:
+    case Kind::get:
+    case Kind::sizeToVariable:
+    case Kind::setInteger:
+    case Kind::other:
         return;
     }
 }

@@ -8,8 +8,8 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kFirstBodyLimit = 256 * 1024;
-constexpr std::size_t kSmallestBodyLimit = 68 * 1024; // a block with its frames
+constexpr std::size_t firstBodyLimit = 256 * 1024;
+constexpr std::size_t smallestBodyLimit = 68 * 1024; // a block with its frames
 
 } // namespace
 
@@ -117,14 +117,14 @@ Patience Session::patienceFor(const RemoteCommand &command) const
 {
     using Kind = RemoteCommand::Kind;
     const bool opens = m_state.sessionId.empty() && !m_settings.openProcedure.empty();
-    const bool isLong = command.kind == Kind::Procedure || command.kind == Kind::Decompress || opens;
-    return isLong ? Patience::Procedure : patienceOfQueue();
+    const bool isLong = command.kind == Kind::procedure || command.kind == Kind::decompress || opens;
+    return isLong ? Patience::procedure : patienceOfQueue();
 }
 
 // A waiting command waits for what is queued before it, too.
 Patience Session::patienceOfQueue() const
 {
-    return m_pending.isLong() ? Patience::Procedure : Patience::Stall;
+    return m_pending.isLong() ? Patience::procedure : Patience::stall;
 }
 
 // A server that has found an error need not be sent the rest of the document.
@@ -146,7 +146,7 @@ std::string Session::opening() const
         return sessionFrame();
     }
     wire::HelloFrame hello;
-    hello.lowestVersion = hello.highestVersion = wire::kVersion;
+    hello.lowestVersion = hello.highestVersion = wire::protocolVersion;
     hello.nonce = m_nonce;
     hello.application = m_settings.application;
     hello.user = m_settings.user;
@@ -162,7 +162,7 @@ std::string Session::opening() const
 std::string Session::sessionFrame() const
 {
     std::string frames;
-    wire::append(frames, wire::SessionFrame{wire::kVersion, m_state.sessionId, m_acknowledged});
+    wire::append(frames, wire::SessionFrame{wire::protocolVersion, m_state.sessionId, m_acknowledged});
     return frames;
 }
 
@@ -171,8 +171,8 @@ Expectation Session::expectationFor(const RemoteCommand &command, std::uint64_t 
     Expectation expectation;
     expectation.isHello = m_state.sessionId.empty();
     expectation.firstNumber = expectation.lastNumber = expectation.waiting = number;
-    expectation.mayTravel = command.kind == RemoteCommand::Kind::Procedure;
-    if (command.kind == RemoteCommand::Kind::Get) {
+    expectation.mayTravel = command.kind == RemoteCommand::Kind::procedure;
+    if (command.kind == RemoteCommand::Kind::get) {
         expectation.fetchedName = command.name;
         const LocalFile *file = m_state.objects.holds(command.name)
                                     ? std::get_if<LocalFile>(&m_state.objects.find(command.name))
@@ -185,9 +185,9 @@ Expectation Session::expectationFor(const RemoteCommand &command, std::uint64_t 
 // Something on the way takes no chunked body, or none of this length: shorter ones of known length may pass.
 void Session::shrinkBodies(const BodyRefused &refusal)
 {
-    const bool canShrink = m_isDivisible && (!m_bodyLimit || *m_bodyLimit > kSmallestBodyLimit);
+    const bool canShrink = m_isDivisible && (!m_bodyLimit || *m_bodyLimit > smallestBodyLimit);
     if (!canShrink) {
-        fail(wire::errors::StrangeAnswer,
+        fail(wire::errors::strangeAnswer,
              "the server, or something on the way to it, does not take the request",
              "HTTP status " + std::to_string(refusal.status));
     }
@@ -196,7 +196,7 @@ void Session::shrinkBodies(const BodyRefused &refusal)
 
 void Session::shortenBodies()
 {
-    m_bodyLimit = m_bodyLimit ? std::max(kSmallestBodyLimit, *m_bodyLimit / 2) : kFirstBodyLimit;
+    m_bodyLimit = m_bodyLimit ? std::max(smallestBodyLimit, *m_bodyLimit / 2) : firstBodyLimit;
 }
 
 } // namespace vrc

@@ -8,8 +8,8 @@
 namespace vrc {
 namespace {
 
-constexpr std::chrono::seconds kNonceLife{50}; // the server recognises one for 60
-constexpr unsigned kPatientLosses = 2;         // after so many lost streams short bodies are tried
+constexpr std::chrono::seconds nonceLife{50}; // the server recognises one for 60
+constexpr unsigned patientLosses = 2;         // after so many lost streams short bodies are tried
 
 } // namespace
 
@@ -18,7 +18,7 @@ std::uint64_t Session::nextNumber(const RemoteCommand &command)
 {
     const bool isRepeated = m_unanswered && m_unanswered->line == command.line;
     if (m_state.sessionId.empty()) {
-        const bool isFresh = std::chrono::steady_clock::now() - m_nonceTime < kNonceLife;
+        const bool isFresh = std::chrono::steady_clock::now() - m_nonceTime < nonceLife;
         if (!isRepeated || !isFresh) {
             m_unanswered.reset();
             renewNonce();
@@ -49,7 +49,7 @@ std::uint64_t Session::askProgress()
     m_isDivisible = false;
     const bool isProcedure = m_unanswered && m_unanswered->line.starts_with("VR_PROC=");
     const Answer answer =
-        m_channel.exchange(body, expectation, isProcedure ? Patience::Procedure : patienceOfQueue(), "query");
+        m_channel.exchange(body, expectation, isProcedure ? Patience::procedure : patienceOfQueue(), "query");
     if (answer.requestError || answer.queuedError) {
         m_failure = answer.requestError ? answer.requestError : answer.queuedError;
         throw Failure(*m_failure);
@@ -57,14 +57,14 @@ std::uint64_t Session::askProgress()
     const std::uint64_t highest = m_issued + (m_unanswered ? 1 : 0);
     if (!answer.progress || answer.progress->lastNumber < m_acknowledged ||
         answer.progress->lastNumber > highest) {
-        fail(wire::errors::StrangeAnswer,
+        fail(wire::errors::strangeAnswer,
              "the answer of the server makes no sense: its progress is impossible");
     }
     const std::uint64_t last = answer.progress->lastNumber;
     const std::optional<std::uint64_t> size = last <= m_issued ? m_pending.expectedSize(last) : std::nullopt;
     if (size && answer.progress->objectBytes != size) {
         m_failure =
-            wire::makeError(wire::errors::StrangeAnswer, "OBJECT:FILE_APPEND: the server has lost blocks");
+            wire::makeError(wire::errors::strangeAnswer, "OBJECT:FILE_APPEND: the server has lost blocks");
         throw Failure(*m_failure);
     }
     return last;
@@ -95,10 +95,10 @@ void Session::sendAgain(std::uint64_t lastCarriedOut)
         });
     } catch (const Failure &failure) {
         m_isBroken = true;
-        if (wire::isError(failure.error(), wire::errors::FileRead)) {
+        if (wire::isError(failure.error(), wire::errors::fileRead)) {
             m_channel.abandon();
             m_failure =
-                wire::makeError(wire::errors::FileRead, "OBJECT:SEND: " + failure.error().description);
+                wire::makeError(wire::errors::fileRead, "OBJECT:SEND: " + failure.error().description);
             throw Failure(*m_failure);
         }
         throw;
@@ -121,7 +121,7 @@ void Session::noteLoss(const RemoteCommand &command, std::uint64_t number)
 // A line that breaks often still lets short bodies through.
 void Session::learnFromLoss()
 {
-    if (m_isBroken && m_isDivisible && ++m_losses >= kPatientLosses) {
+    if (m_isBroken && m_isDivisible && ++m_losses >= patientLosses) {
         shortenBodies();
     }
 }

@@ -13,7 +13,7 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kMaxLoggedBytes = 1024;
+constexpr std::size_t maxLoggedBytes = 1024;
 
 std::string timeNow()
 {
@@ -89,8 +89,8 @@ void SocketLog::line(std::string_view text)
 std::string loggedCommand(std::string_view line)
 {
     std::string masked = wire::maskSecrets(line);
-    if (masked.size() > kMaxLoggedBytes) {
-        masked.resize(kMaxLoggedBytes);
+    if (masked.size() > maxLoggedBytes) {
+        masked.resize(maxLoggedBytes);
         masked.append("...");
     }
     return masked;

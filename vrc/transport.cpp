@@ -21,16 +21,16 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kMaxHeaderBytes = 256 * 1024;
-constexpr long kUploadBufferBytes = 65536 + 4096; // a block with its frames goes in one piece
-constexpr int kUnsentBytes = 128 * 1024;          // in the socket's own buffer
-constexpr int kPollMs = 250;
+constexpr std::size_t maxHeaderBytes = 256 * 1024;
+constexpr long uploadBufferBytes = 65536 + 4096; // a block with its frames goes in one piece
+constexpr int unsentLowWaterBytes = 128 * 1024;  // TCP_NOTSENT_LOWAT: in the socket's own buffer
+constexpr int pollMs = 250;
 
 void initialiseOnce()
 {
     static const CURLcode status = curl_global_init(CURL_GLOBAL_DEFAULT);
     if (status != CURLE_OK) {
-        fail(wire::errors::OutOfMemory, "the transport library does not start");
+        fail(wire::errors::outOfMemory, "the transport library does not start");
     }
 }
 
@@ -56,7 +56,7 @@ std::uint64_t unsentBytes(curl_socket_t socket)
 std::string serverAddress(const ConnectionSettings &settings)
 {
     return std::string(settings.ssl ? "https://" : "http://") + settings.host + ":" +
-           std::to_string(settings.port) + wire::kResource;
+           std::to_string(settings.port) + wire::resourcePath;
 }
 
 } // namespace
@@ -69,7 +69,7 @@ void Transport::set(CURLoption option, Value value)
         throw std::bad_alloc();
     }
     if (status != CURLE_OK) {
-        fail(wire::errors::CannotConnect,
+        fail(wire::errors::cannotConnect,
              std::string("the transport cannot be set up: ") + curl_easy_strerror(status));
     }
 }
@@ -79,8 +79,8 @@ Transport::Transport(const ConnectionSettings &settings) : m_key(keyOf(settings)
     initialiseOnce();
     m_multi.reset(curl_multi_init());
     m_easy.reset(curl_easy_init());
-    const std::string type = std::string("Content-Type: ") + wire::kMediaType;
-    const std::string accept = std::string("Accept: ") + wire::kMediaType;
+    const std::string type = std::string("Content-Type: ") + wire::mediaType;
+    const std::string accept = std::string("Accept: ") + wire::mediaType;
     for (Headers *headers : {&m_plainHeaders, &m_chunkedHeaders}) {
         for (const char *line : {type.c_str(), accept.c_str(), "Expect:"}) {
             headers->reset(curl_slist_append(headers->release(), line));
@@ -109,7 +109,7 @@ void Transport::setUpServer(const ConnectionSettings &settings)
     set(CURLOPT_USERAGENT, "libvrc/1.0");
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_TCP_NODELAY, 1L);
-    set(CURLOPT_UPLOAD_BUFFERSIZE, kUploadBufferBytes);
+    set(CURLOPT_UPLOAD_BUFFERSIZE, uploadBufferBytes);
     setConnectTimeout(settings.connectTimeout);
     m_isSingleSignOn = settings.singleSignOn;
     if (m_isSingleSignOn) {
@@ -214,7 +214,7 @@ void Transport::settleAuthentication()
     set(CURLOPT_HTTPGET, 1L);
     set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
     start();
-    pump([] { return false; }, Patience::Stall);
+    pump([] { return false; }, Patience::stall);
     conclude();
     m_needsSettling = false;
 }
@@ -251,7 +251,7 @@ void Transport::send(std::string_view bytes, Patience patience)
     if (m_isDone) {
         conclude();
         // An answer in the middle of the body: whatever it says, the rest of the body went nowhere.
-        fail(wire::errors::Network, "network error: the server ended the request before its end");
+        fail(wire::errors::network, "network error: the server ended the request before its end");
     }
 }
 
@@ -295,7 +295,7 @@ void Transport::pump(Condition isReached, Patience patience)
                 continue; // mostly they are in the socket already
             }
             checkProgress(patience);
-            curl_multi_poll(m_multi.get(), nullptr, 0, kPollMs, nullptr);
+            curl_multi_poll(m_multi.get(), nullptr, 0, pollMs, nullptr);
         }
     } catch (...) {
         abandon();
@@ -319,9 +319,9 @@ void Transport::checkProgress(Patience patience)
         m_lastFrame = now;
     }
     const Timeouts limits = timeouts();
-    const auto stall = patience == Patience::Procedure ? std::max(limits.answer, limits.stall) : limits.stall;
+    const auto stall = patience == Patience::procedure ? std::max(limits.answer, limits.stall) : limits.stall;
     if (now - m_lastProgress >= stall || now - m_lastFrame >= std::max(limits.answer, limits.stall)) {
-        fail(wire::errors::Network, "network error: the server is silent");
+        fail(wire::errors::network, "network error: the server is silent");
     }
 }
 
@@ -401,8 +401,8 @@ bool Transport::isFrames() const
     const char *type = nullptr;
     curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
     curl_easy_getinfo(m_easy.get(), CURLINFO_CONTENT_TYPE, &type);
-    const std::size_t length = std::strlen(wire::kMediaType);
-    return status == 200 && type != nullptr && strncasecmp(type, wire::kMediaType, length) == 0 &&
+    const std::size_t length = std::strlen(wire::mediaType);
+    return status == 200 && type != nullptr && strncasecmp(type, wire::mediaType, length) == 0 &&
            (type[length] == '\0' || type[length] == ';' || type[length] == ' ');
 }
 
@@ -442,7 +442,7 @@ std::size_t Transport::readHeader(char *bytes, std::size_t size, std::size_t cou
     transport.m_headerBytes += size * count;
     const std::string_view line(bytes, size * count);
     transport.m_end.isHeaderComplete = line == "\r\n" || line == "\n";
-    transport.m_end.hasAnswerTooLong = transport.m_headerBytes > kMaxHeaderBytes;
+    transport.m_end.hasAnswerTooLong = transport.m_headerBytes > maxHeaderBytes;
     return transport.m_end.hasAnswerTooLong ? 0 : size * count;
 }
 
@@ -457,7 +457,8 @@ int Transport::tuneSocket(void *, curl_socket_t socket, curlsocktype purpose)
 {
 #ifdef TCP_NOTSENT_LOWAT
     if (purpose == CURLSOCKTYPE_IPCXN) {
-        (void)setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &kUnsentBytes, sizeof kUnsentBytes);
+        (void)setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &unsentLowWaterBytes,
+                         sizeof unsentLowWaterBytes);
     }
 #endif
     return CURL_SOCKOPT_OK;

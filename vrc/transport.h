@@ -49,8 +49,8 @@ struct ExchangeFigures
 
 enum class Patience
 {
-    Stall,
-    Procedure
+    stall,
+    procedure
 };
 
 // HTTP exchanges with one server over one kept-alive connection, one at a time. Everything that can go wrong

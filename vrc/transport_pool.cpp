@@ -7,7 +7,7 @@
 namespace vrc {
 namespace {
 
-constexpr std::size_t kMaxIdle = 8;
+constexpr std::size_t maxIdle = 8;
 
 } // namespace
 
@@ -47,7 +47,7 @@ void TransportPool::give(std::unique_ptr<Transport> transport) noexcept
         transport->abandon();
         const std::lock_guard lock(m_mutex);
         m_idle.push_back(std::move(transport));
-        if (m_idle.size() > kMaxIdle) {
+        if (m_idle.size() > maxIdle) {
             surplus = std::move(m_idle.front());
             m_idle.erase(m_idle.begin());
         }

@@ -83,7 +83,7 @@ std::string ownAuthorities(const std::string &path)
     }
     std::optional<std::string> own = contentsOf(path);
     if (!own) {
-        fail(wire::errors::Certificate, "the certificate authority " + path + " cannot be read");
+        fail(wire::errors::certificate, "the certificate authority " + path + " cannot be read");
     }
     return std::move(*own);
 }

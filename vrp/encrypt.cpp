@@ -13,9 +13,9 @@
 
 namespace {
 
-constexpr wchar_t kKeyPrefix[] = L"q7Vd#";
-constexpr wchar_t kKeySeparator[] = L"~";
-constexpr wchar_t kKeySuffix[] = L"Xm4%h";
+constexpr wchar_t keyPrefix[] = L"q7Vd#";
+constexpr wchar_t keySeparator[] = L"~";
+constexpr wchar_t keySuffix[] = L"Xm4%h";
 
 constexpr int workingBufferBytes = 1024;
 constexpr int cipherMode = 1;
@@ -38,7 +38,7 @@ std::string headerFor(std::size_t pad)
 
 std::string keyText()
 {
-    return wtoUTF8(kKeyPrefix + (kKeySeparator + VrpsGetUserName()) + kKeySuffix);
+    return wtoUTF8(keyPrefix + (keySeparator + VrpsGetUserName()) + keySuffix);
 }
 
 WorkingBuffer workingCopy(const std::wstring &text)

@@ -10,7 +10,7 @@
 namespace wire {
 namespace {
 
-constexpr std::size_t kMaxFields = 256;
+constexpr std::size_t maxFields = 256;
 
 bool isKeyCharacter(char c)
 {
@@ -69,12 +69,12 @@ bool takeVerb(const Field &first, Command &command, std::string &problem)
 {
     command.name = first.value;
     if (first.key == "VR_CMD" || first.key == "VR_PROC") {
-        command.verb = first.key == "VR_CMD" ? Verb::Command : Verb::Procedure;
+        command.verb = first.key == "VR_CMD" ? Verb::command : Verb::procedure;
         problem = command.name.empty() ? first.key + " names nothing" : "";
         return !command.name.empty();
     }
     if (first.key == "VR_CLOSE_SESSION") {
-        command.verb = Verb::CloseSession;
+        command.verb = Verb::closeSession;
         command.name.clear();
         problem = first.value == "YES" ? "" : "VR_CLOSE_SESSION is not YES";
         return first.value == "YES";
@@ -117,7 +117,7 @@ const std::string *Command::find(std::string_view key) const
 
 std::optional<std::vector<Field>> parseFields(std::string_view line, std::string &problem)
 {
-    if (line.size() > kMaxCommandBytes) {
+    if (line.size() > maxCommandBytes) {
         problem = "the command is longer than 1 MiB";
         return std::nullopt;
     }
@@ -131,9 +131,9 @@ std::optional<std::vector<Field>> parseFields(std::string_view line, std::string
         if (!takeField(line, field, problem)) {
             return std::nullopt;
         }
-        if (holdsKey(fields, field.key) || fields.size() == kMaxFields) {
-            problem = fields.size() == kMaxFields ? "the command has too many fields"
-                                                  : "the key " + field.key + " stands twice";
+        if (holdsKey(fields, field.key) || fields.size() == maxFields) {
+            problem = fields.size() == maxFields ? "the command has too many fields"
+                                                 : "the key " + field.key + " stands twice";
             return std::nullopt;
         }
         fields.push_back(std::move(field));
@@ -195,7 +195,7 @@ bool isName(std::string_view name)
     const auto isPlain = [](char c) {
         return static_cast<unsigned char>(c) >= 0x20 && c != 0x7f && c != '|';
     };
-    return !name.empty() && name.size() <= kMaxNameBytes && std::all_of(name.begin(), name.end(), isPlain) &&
+    return !name.empty() && name.size() <= maxNameBytes && std::all_of(name.begin(), name.end(), isPlain) &&
            isText(name);
 }
 

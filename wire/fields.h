@@ -21,15 +21,15 @@ struct Field
 
 enum class Verb
 {
-    Command,
-    Procedure,
-    CloseSession
+    command,
+    procedure,
+    closeSession
 };
 
 // A command line taken apart. The VR_ modifiers stand in members of their own, all other fields in arguments.
 struct Command
 {
-    Verb verb = Verb::Command;
+    Verb verb = Verb::command;
     std::string name; // of the command ("OBJECT:GET") or the procedure; empty for the session close
     std::vector<Field> arguments;
     std::optional<std::string> container; // VR_CONTAINER
@@ -40,7 +40,7 @@ struct Command
     // Null when there is no such argument.
     [[nodiscard]] const std::string *find(std::string_view key) const;
 
-    [[nodiscard]] bool isLocal() const { return verb == Verb::Command && name.starts_with("LOCAL:"); }
+    [[nodiscard]] bool isLocal() const { return verb == Verb::command && name.starts_with("LOCAL:"); }
 };
 
 // Splits a line into its fields. Blanks before, between and after fields may repeat (procedure arguments are

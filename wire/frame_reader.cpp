@@ -7,36 +7,36 @@ namespace wire {
 namespace {
 
 // Room that is kept from one frame to the next; what a rare long frame took is given back.
-constexpr std::size_t kKeptBytes = 128 * 1024;
+constexpr std::size_t keptBytes = 128 * 1024;
 
 } // namespace
 
 FrameReader::Status FrameReader::take(std::string_view &piece)
 {
     if (m_isMalformed) {
-        return Status::Malformed;
+        return Status::malformed;
     }
     if (m_headerBytes == 0) {
         startFrame();
     }
-    if (m_headerBytes < kFrameHeaderBytes) {
+    if (m_headerBytes < frameHeaderBytes) {
         const Status status = takeHeader(piece);
-        if (status != Status::Frame) {
+        if (status != Status::frame) {
             return status;
         }
     }
     takePayload(piece);
     if (m_payload.size() < m_payloadBytes) {
-        return Status::NeedsMore;
+        return Status::needsMore;
     }
     m_headerBytes = 0;
-    return Status::Frame;
+    return Status::frame;
 }
 
-// Status::Frame here means that the header is complete.
+// Status::frame here means that the header is complete.
 FrameReader::Status FrameReader::takeHeader(std::string_view &piece)
 {
-    while (m_headerBytes < kFrameHeaderBytes && !piece.empty()) {
+    while (m_headerBytes < frameHeaderBytes && !piece.empty()) {
         const char byte = piece.front();
         piece.remove_prefix(1);
         if (m_headerBytes++ == 0) {
@@ -45,17 +45,17 @@ FrameReader::Status FrameReader::takeHeader(std::string_view &piece)
             m_payloadBytes = m_payloadBytes << 8 | static_cast<std::uint8_t>(byte);
         }
     }
-    if (m_headerBytes < kFrameHeaderBytes) {
-        return Status::NeedsMore;
+    if (m_headerBytes < frameHeaderBytes) {
+        return Status::needsMore;
     }
     const std::optional<FrameType> type = frameTypeOf(m_letter, m_direction);
     m_isMalformed =
-        !type || m_payloadBytes > maxPayloadBytes(*type) || (*type == FrameType::Data && m_payloadBytes == 0);
+        !type || m_payloadBytes > maxPayloadBytes(*type) || (*type == FrameType::data && m_payloadBytes == 0);
     if (m_isMalformed) {
-        return Status::Malformed;
+        return Status::malformed;
     }
     m_type = *type;
-    return Status::Frame;
+    return Status::frame;
 }
 
 void FrameReader::takePayload(std::string_view &piece)
@@ -70,7 +70,7 @@ void FrameReader::startFrame()
 {
     m_payloadBytes = 0;
     m_payload.clear();
-    if (m_payload.capacity() > kKeptBytes) {
+    if (m_payload.capacity() > keptBytes) {
         m_payload.shrink_to_fit();
     }
 }

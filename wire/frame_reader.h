@@ -13,16 +13,16 @@ namespace wire {
 // it than has arrived, whatever length the frame claims.
 //
 //     while (!piece.empty()) {
-//         switch (reader.take(piece)) { case Status::Frame: use(reader.type(), reader.payload()); ... }
+//         switch (reader.take(piece)) { case Status::frame: use(reader.type(), reader.payload()); ... }
 //     }
 class FrameReader
 {
 public:
     enum class Status
     {
-        NeedsMore, // the piece is used up, a frame is not complete
-        Frame,     // type() and payload() are the next frame, until the next call; the piece may hold more
-        Malformed, // unknown type or too long: nothing more can be read
+        needsMore, // the piece is used up, a frame is not complete
+        frame,     // type() and payload() are the next frame, until the next call; the piece may hold more
+        malformed, // unknown type or too long: nothing more can be read
     };
 
     explicit FrameReader(Direction direction) : m_direction(direction) {}
@@ -43,7 +43,7 @@ private:
     void startFrame();
 
     Direction m_direction;
-    FrameType m_type = FrameType::End;
+    FrameType m_type = FrameType::end;
     std::string m_payload;
     std::uint32_t m_payloadBytes = 0;
     std::size_t m_headerBytes = 0;

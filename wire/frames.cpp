@@ -11,14 +11,14 @@
 namespace wire {
 namespace {
 
-constexpr std::uint8_t kFlagQueued = 1;
-constexpr std::uint8_t kFlagOffset = 2;
-constexpr std::uint8_t kFlagHash = 4;
-constexpr std::uint64_t kNoObject = ~std::uint64_t{0};
-constexpr std::size_t kMaxShortTextBytes = 4096; // texts of a hello and of an error
+constexpr std::uint8_t flagQueued = 1;
+constexpr std::uint8_t flagOffset = 2;
+constexpr std::uint8_t flagHash = 4;
+constexpr std::uint64_t noObject = ~std::uint64_t{0};
+constexpr std::size_t maxShortTextBytes = 4096; // texts of a hello and of an error
 
-constexpr std::string_view kRequestLetters = "HSCODQE";
-constexpr std::string_view kAnswerLetters = "WRODAXPZ";
+constexpr std::string_view requestLetters = "HSCODQE";
+constexpr std::string_view answerLetters = "WRODAXPZ";
 
 // Writes the header now and the length when the payload stands.
 class FrameWriter
@@ -93,10 +93,10 @@ std::optional<Frame> finish(const ByteReader &reader, Frame frame)
 // Error texts are cut to what a receiver accepts, at a character boundary.
 std::string_view shortened(std::string_view text)
 {
-    if (text.size() <= kMaxShortTextBytes) {
+    if (text.size() <= maxShortTextBytes) {
         return text;
     }
-    std::size_t end = kMaxShortTextBytes;
+    std::size_t end = maxShortTextBytes;
     while (end > 0 && (static_cast<std::uint8_t>(text[end]) & 0xc0) == 0x80) {
         --end;
     }
@@ -107,7 +107,7 @@ std::string_view shortened(std::string_view text)
 
 std::optional<FrameType> frameTypeOf(char letter, Direction direction)
 {
-    const std::string_view letters = direction == Direction::Request ? kRequestLetters : kAnswerLetters;
+    const std::string_view letters = direction == Direction::request ? requestLetters : answerLetters;
     if (letters.find(letter) == std::string_view::npos) {
         return std::nullopt;
     }
@@ -117,34 +117,34 @@ std::optional<FrameType> frameTypeOf(char letter, Direction direction)
 std::size_t maxPayloadBytes(FrameType type)
 {
     switch (type) {
-    case FrameType::Data:
-        return kMaxDataBytes;
-    case FrameType::End:
+    case FrameType::data:
+        return maxDataBytes;
+    case FrameType::end:
         return 0;
-    case FrameType::Acknowledged:
-    case FrameType::Complete:
+    case FrameType::acknowledged:
+    case FrameType::complete:
         return 8;
-    case FrameType::Progress:
+    case FrameType::progress:
         return 16;
-    case FrameType::Command:
-        return kMaxCommandBytes + 33;
-    case FrameType::Hello:
-    case FrameType::Error:
-        return 5 * (kMaxShortTextBytes + 4) + 21;
-    case FrameType::Session:
-    case FrameType::Object:
-    case FrameType::Query:
-    case FrameType::Welcome:
-        return kMaxNameBytes + 16;
-    case FrameType::Result:
+    case FrameType::command:
+        return maxCommandBytes + 33;
+    case FrameType::hello:
+    case FrameType::error:
+        return 5 * (maxShortTextBytes + 4) + 21;
+    case FrameType::session:
+    case FrameType::object:
+    case FrameType::query:
+    case FrameType::welcome:
+        return maxNameBytes + 16;
+    case FrameType::result:
         break;
     }
-    return kMaxPayloadBytes;
+    return longestPayloadBytes;
 }
 
 void append(std::string &out, const HelloFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Hello);
+    const FrameWriter writer(out, FrameType::hello);
     appendNumber(out, frame.lowestVersion, 2);
     appendNumber(out, frame.highestVersion, 2);
     appendArray(out, frame.nonce);
@@ -157,7 +157,7 @@ void append(std::string &out, const HelloFrame &frame)
 
 void append(std::string &out, const SessionFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Session);
+    const FrameWriter writer(out, FrameType::session);
     appendNumber(out, frame.version, 2);
     appendText(out, frame.id);
     appendNumber(out, frame.acknowledged, 8);
@@ -165,9 +165,9 @@ void append(std::string &out, const SessionFrame &frame)
 
 void append(std::string &out, const CommandFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Command);
+    const FrameWriter writer(out, FrameType::command);
     const int flags =
-        (frame.isQueued ? kFlagQueued : 0) | (frame.offset ? kFlagOffset : 0) | (frame.hash ? kFlagHash : 0);
+        (frame.isQueued ? flagQueued : 0) | (frame.offset ? flagOffset : 0) | (frame.hash ? flagHash : 0);
     appendNumber(out, frame.number, 8);
     appendNumber(out, static_cast<std::uint64_t>(flags), 1);
     appendNumber(out, frame.offset.value_or(0), 8);
@@ -177,7 +177,7 @@ void append(std::string &out, const CommandFrame &frame)
 
 void append(std::string &out, const ObjectFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Object);
+    const FrameWriter writer(out, FrameType::object);
     appendNumber(out, static_cast<std::uint64_t>(frame.type), 1);
     appendText(out, frame.name);
     appendNumber(out, frame.bytes, 8);
@@ -185,13 +185,13 @@ void append(std::string &out, const ObjectFrame &frame)
 
 void append(std::string &out, const QueryFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Query);
+    const FrameWriter writer(out, FrameType::query);
     appendText(out, frame.objectName);
 }
 
 void append(std::string &out, const WelcomeFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Welcome);
+    const FrameWriter writer(out, FrameType::welcome);
     appendNumber(out, frame.version, 2);
     appendText(out, frame.sessionId);
     appendNumber(out, frame.idleSeconds, 4);
@@ -200,19 +200,19 @@ void append(std::string &out, const WelcomeFrame &frame)
 
 void append(std::string &out, const ResultFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Result);
+    const FrameWriter writer(out, FrameType::result);
     appendNumber(out, frame.number, 8);
     out.append(frame.text);
 }
 
 void append(std::string &out, const AcknowledgedFrame &frame)
 {
-    appendNumberFrame(out, FrameType::Acknowledged, frame.number);
+    appendNumberFrame(out, FrameType::acknowledged, frame.number);
 }
 
 void append(std::string &out, const ErrorFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Error);
+    const FrameWriter writer(out, FrameType::error);
     appendNumber(out, frame.number, 8);
     appendNumber(out, frame.error.code, 4);
     appendText(out, shortened(frame.error.service));
@@ -223,24 +223,24 @@ void append(std::string &out, const ErrorFrame &frame)
 
 void append(std::string &out, const ProgressFrame &frame)
 {
-    const FrameWriter writer(out, FrameType::Progress);
+    const FrameWriter writer(out, FrameType::progress);
     appendNumber(out, frame.lastNumber, 8);
-    appendNumber(out, frame.objectBytes.value_or(kNoObject), 8);
+    appendNumber(out, frame.objectBytes.value_or(noObject), 8);
 }
 
 void append(std::string &out, const CompleteFrame &frame)
 {
-    appendNumberFrame(out, FrameType::Complete, frame.lastNumber);
+    appendNumberFrame(out, FrameType::complete, frame.lastNumber);
 }
 
 void appendEnd(std::string &out)
 {
-    const FrameWriter writer(out, FrameType::End);
+    const FrameWriter writer(out, FrameType::end);
 }
 
 void appendDataHeader(std::string &out, std::size_t bytes)
 {
-    out.push_back(static_cast<char>(FrameType::Data));
+    out.push_back(static_cast<char>(FrameType::data));
     appendNumber(out, bytes, 4);
 }
 
@@ -249,7 +249,7 @@ void appendValue(std::string &out, std::string_view name, const Value &value)
     const std::string encoded = encodeValue(value);
     append(out, ObjectFrame{typeOf(value), std::string(name), encoded.size()});
     for (std::string_view rest = encoded; !rest.empty();) {
-        const std::string_view piece = rest.substr(0, kMaxDataBytes);
+        const std::string_view piece = rest.substr(0, maxDataBytes);
         appendDataHeader(out, piece.size());
         out.append(piece);
         rest.remove_prefix(piece.size());
@@ -265,7 +265,7 @@ std::optional<HelloFrame> decodeHello(std::string_view payload)
     frame.nonce = takeArray<16>(reader);
     for (std::string *text :
          {&frame.application, &frame.user, &frame.password, &frame.openProcedure, &frame.closeProcedure}) {
-        *text = takeText(reader, kMaxShortTextBytes);
+        *text = takeText(reader, maxShortTextBytes);
     }
     const std::uint8_t flags = reader.u8();
     frame.singleSignOn = flags == 1;
@@ -280,7 +280,7 @@ std::optional<SessionFrame> decodeSession(std::string_view payload)
     ByteReader reader(payload);
     SessionFrame frame;
     frame.version = reader.u16();
-    frame.id = takeText(reader, kMaxNameBytes);
+    frame.id = takeText(reader, maxNameBytes);
     frame.acknowledged = reader.u64();
     return finish(reader, std::move(frame));
 }
@@ -294,15 +294,15 @@ std::optional<CommandFrame> decodeCommand(std::string_view payload)
     const std::uint64_t offset = reader.u64();
     const Hash hash = takeArray<16>(reader);
     frame.line = reader.rest();
-    frame.isQueued = (flags & kFlagQueued) != 0;
-    if ((flags & kFlagOffset) != 0) {
+    frame.isQueued = (flags & flagQueued) != 0;
+    if ((flags & flagOffset) != 0) {
         frame.offset = offset;
     }
-    if ((flags & kFlagHash) != 0) {
+    if ((flags & flagHash) != 0) {
         frame.hash = hash;
     }
     const bool isStray = (!frame.offset && offset != 0) || (!frame.hash && hash != Hash{});
-    if (flags > 7 || frame.number == 0 || isStray || frame.line.size() > kMaxCommandBytes ||
+    if (flags > 7 || frame.number == 0 || isStray || frame.line.size() > maxCommandBytes ||
         !isText(frame.line)) {
         reader.fail();
     }
@@ -314,10 +314,10 @@ std::optional<ObjectFrame> decodeObject(std::string_view payload)
     ByteReader reader(payload);
     const std::optional<ObjectType> type = typeFromNumber(reader.u8());
     ObjectFrame frame;
-    frame.type = type.value_or(ObjectType::String);
-    frame.name = takeText(reader, kMaxNameBytes);
+    frame.type = type.value_or(ObjectType::string);
+    frame.name = takeText(reader, maxNameBytes);
     frame.bytes = reader.u64();
-    const std::uint64_t limit = frame.type == ObjectType::File ? kMaxFileBytes : kMaxValueBytes;
+    const std::uint64_t limit = frame.type == ObjectType::file ? maxFileBytes : maxValueBytes;
     if (!type || !isName(frame.name) || frame.bytes > limit) {
         reader.fail();
     }
@@ -327,7 +327,7 @@ std::optional<ObjectFrame> decodeObject(std::string_view payload)
 std::optional<QueryFrame> decodeQuery(std::string_view payload)
 {
     ByteReader reader(payload);
-    QueryFrame frame{takeText(reader, kMaxNameBytes)};
+    QueryFrame frame{takeText(reader, maxNameBytes)};
     return finish(reader, std::move(frame));
 }
 
@@ -336,7 +336,7 @@ std::optional<WelcomeFrame> decodeWelcome(std::string_view payload)
     ByteReader reader(payload);
     WelcomeFrame frame;
     frame.version = reader.u16();
-    frame.sessionId = takeText(reader, kMaxNameBytes);
+    frame.sessionId = takeText(reader, maxNameBytes);
     frame.idleSeconds = reader.u32();
     const std::uint8_t wantsLogin = reader.u8();
     frame.wantsLogin = wantsLogin == 1;
@@ -372,7 +372,7 @@ std::optional<ErrorFrame> decodeError(std::string_view payload)
     frame.error.code = reader.u32();
     for (std::string *text :
          {&frame.error.service, &frame.error.errorClass, &frame.error.description, &frame.error.info}) {
-        *text = takeText(reader, kMaxShortTextBytes);
+        *text = takeText(reader, maxShortTextBytes);
     }
     return finish(reader, std::move(frame));
 }
@@ -383,7 +383,7 @@ std::optional<ProgressFrame> decodeProgress(std::string_view payload)
     ProgressFrame frame;
     frame.lastNumber = reader.u64();
     const std::uint64_t bytes = reader.u64();
-    if (bytes != kNoObject) {
+    if (bytes != noObject) {
         frame.objectBytes = bytes;
     }
     return finish(reader, frame);

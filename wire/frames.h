@@ -17,25 +17,25 @@ namespace wire {
 
 enum class FrameType : char
 {
-    Hello = 'H',
-    Session = 'S',
-    Command = 'C',
-    Object = 'O',
-    Data = 'D',
-    Query = 'Q',
-    End = 'E',
-    Welcome = 'W',
-    Result = 'R',
-    Acknowledged = 'A',
-    Error = 'X',
-    Progress = 'P',
-    Complete = 'Z',
+    hello = 'H',
+    session = 'S',
+    command = 'C',
+    object = 'O',
+    data = 'D',
+    query = 'Q',
+    end = 'E',
+    welcome = 'W',
+    result = 'R',
+    acknowledged = 'A',
+    error = 'X',
+    progress = 'P',
+    complete = 'Z',
 };
 
 enum class Direction
 {
-    Request,
-    Answer
+    request,
+    answer
 };
 
 // No value for a letter that starts no frame in this direction.
@@ -44,7 +44,7 @@ enum class Direction
 // The longest payload of a frame of this type.
 [[nodiscard]] std::size_t maxPayloadBytes(FrameType type);
 
-inline constexpr std::size_t kFrameHeaderBytes = 5;
+inline constexpr std::size_t frameHeaderBytes = 5;
 
 using Nonce = std::array<std::uint8_t, 16>;
 using Hash = std::array<std::uint8_t, 16>; // XXH3 128 bits, canonical (big-endian) form
@@ -80,7 +80,7 @@ struct CommandFrame
 
 struct ObjectFrame
 {
-    ObjectType type = ObjectType::String;
+    ObjectType type = ObjectType::string;
     std::string name;
     std::uint64_t bytes = 0;
 };

@@ -12,13 +12,13 @@
 namespace wire {
 namespace {
 
-constexpr std::array<std::pair<ObjectType, std::string_view>, 6> kTypeNames = {{
-    {ObjectType::String, "STRING"},
-    {ObjectType::Integer, "INTEGER"},
-    {ObjectType::File, "FILE"},
-    {ObjectType::StringList, "STRINGLIST"},
-    {ObjectType::IndStringList, "INDSTRINGLIST"},
-    {ObjectType::Table, "TABLE"},
+constexpr std::array<std::pair<ObjectType, std::string_view>, 6> typeNames = {{
+    {ObjectType::string, "STRING"},
+    {ObjectType::integer, "INTEGER"},
+    {ObjectType::file, "FILE"},
+    {ObjectType::stringList, "STRINGLIST"},
+    {ObjectType::indStringList, "INDSTRINGLIST"},
+    {ObjectType::table, "TABLE"},
 }};
 
 template <class... Callables>
@@ -32,10 +32,10 @@ Overloaded(Callables...) -> Overloaded<Callables...>;
 std::optional<Value> decodeStringList(ByteReader reader)
 {
     StringList list;
-    while (reader.ok() && !reader.atEnd() && list.size() <= kMaxEntries) {
-        list.emplace_back(reader.text(kMaxTextBytes));
+    while (reader.ok() && !reader.atEnd() && list.size() <= maxEntries) {
+        list.emplace_back(reader.text(maxTextBytes));
     }
-    if (!reader.complete() || list.size() > kMaxEntries) {
+    if (!reader.complete() || list.size() > maxEntries) {
         return std::nullopt;
     }
     return list;
@@ -44,11 +44,11 @@ std::optional<Value> decodeStringList(ByteReader reader)
 std::optional<Value> decodeIndStringList(ByteReader reader)
 {
     IndStringList list;
-    while (reader.ok() && !reader.atEnd() && list.size() <= kMaxEntries) {
-        std::string key(reader.text(kMaxTextBytes));
-        list.push_back({std::move(key), std::string(reader.text(kMaxTextBytes))});
+    while (reader.ok() && !reader.atEnd() && list.size() <= maxEntries) {
+        std::string key(reader.text(maxTextBytes));
+        list.push_back({std::move(key), std::string(reader.text(maxTextBytes))});
     }
-    if (!reader.complete() || list.size() > kMaxEntries) {
+    if (!reader.complete() || list.size() > maxEntries) {
         return std::nullopt;
     }
     return list;
@@ -58,12 +58,12 @@ std::optional<Value> decodeTable(ByteReader reader)
 {
     Table table;
     table.columns = reader.u32();
-    if (table.columns > kMaxColumns) {
+    if (table.columns > maxColumns) {
         return std::nullopt;
     }
-    const std::size_t maxCells = kMaxEntries * table.columns;
+    const std::size_t maxCells = maxEntries * table.columns;
     while (reader.ok() && !reader.atEnd() && table.cells.size() <= maxCells) {
-        table.cells.emplace_back(reader.text(kMaxTextBytes));
+        table.cells.emplace_back(reader.text(maxTextBytes));
     }
     const bool isWhole = table.columns == 0 ? table.cells.empty() : table.cells.size() % table.columns == 0;
     if (!reader.complete() || !isWhole || table.cells.size() > maxCells) {
@@ -83,7 +83,7 @@ std::string encodeTexts(std::string bytes, const StringList &texts)
 bool areTexts(const StringList &texts)
 {
     return std::all_of(texts.begin(), texts.end(),
-                       [](const std::string &t) { return t.size() <= kMaxTextBytes; });
+                       [](const std::string &t) { return t.size() <= maxTextBytes; });
 }
 
 std::size_t bytesOf(const StringList &texts)
@@ -99,39 +99,39 @@ bool isListWithinLimits(const IndStringList &list)
 {
     std::size_t sum = 0;
     for (const Field &entry : list) {
-        if (entry.key.size() > kMaxTextBytes || entry.value.size() > kMaxTextBytes) {
+        if (entry.key.size() > maxTextBytes || entry.value.size() > maxTextBytes) {
             return false;
         }
         sum += 8 + entry.key.size() + entry.value.size();
     }
-    return list.size() <= kMaxEntries && sum <= kMaxValueBytes;
+    return list.size() <= maxEntries && sum <= maxValueBytes;
 }
 
 } // namespace
 
 ObjectType typeOf(const Value &value)
 {
-    return std::visit(Overloaded{[](const std::string &) { return ObjectType::String; },
-                                 [](std::int64_t) { return ObjectType::Integer; },
-                                 [](const StringList &) { return ObjectType::StringList; },
-                                 [](const IndStringList &) { return ObjectType::IndStringList; },
-                                 [](const Table &) { return ObjectType::Table; }},
+    return std::visit(Overloaded{[](const std::string &) { return ObjectType::string; },
+                                 [](std::int64_t) { return ObjectType::integer; },
+                                 [](const StringList &) { return ObjectType::stringList; },
+                                 [](const IndStringList &) { return ObjectType::indStringList; },
+                                 [](const Table &) { return ObjectType::table; }},
                       value);
 }
 
 Value emptyValue(ObjectType type)
 {
     switch (type) {
-    case ObjectType::Integer:
+    case ObjectType::integer:
         return std::int64_t{0};
-    case ObjectType::StringList:
+    case ObjectType::stringList:
         return StringList{};
-    case ObjectType::IndStringList:
+    case ObjectType::indStringList:
         return IndStringList{};
-    case ObjectType::Table:
+    case ObjectType::table:
         return Table{};
-    case ObjectType::String:
-    case ObjectType::File:
+    case ObjectType::string:
+    case ObjectType::file:
         break;
     }
     return std::string{};
@@ -139,21 +139,21 @@ Value emptyValue(ObjectType type)
 
 std::string_view typeName(ObjectType type)
 {
-    const auto found = std::find_if(kTypeNames.begin(), kTypeNames.end(),
+    const auto found = std::find_if(typeNames.begin(), typeNames.end(),
                                     [type](const auto &row) { return row.first == type; });
-    return found == kTypeNames.end() ? std::string_view{} : found->second;
+    return found == typeNames.end() ? std::string_view{} : found->second;
 }
 
 std::optional<ObjectType> typeFromName(std::string_view name)
 {
-    const auto found = std::find_if(kTypeNames.begin(), kTypeNames.end(),
+    const auto found = std::find_if(typeNames.begin(), typeNames.end(),
                                     [name](const auto &row) { return row.second == name; });
-    return found == kTypeNames.end() ? std::nullopt : std::optional(found->first);
+    return found == typeNames.end() ? std::nullopt : std::optional(found->first);
 }
 
 std::optional<ObjectType> typeFromNumber(std::uint8_t number)
 {
-    if (number < 1 || number > kTypeNames.size()) {
+    if (number < 1 || number > typeNames.size()) {
         return std::nullopt;
     }
     return static_cast<ObjectType>(number);
@@ -182,24 +182,24 @@ std::string encodeValue(const Value &value)
 
 std::optional<Value> decodeValue(ObjectType type, std::string_view bytes)
 {
-    if (bytes.size() > kMaxValueBytes) {
+    if (bytes.size() > maxValueBytes) {
         return std::nullopt;
     }
     switch (type) {
-    case ObjectType::String:
-        return bytes.size() <= kMaxTextBytes && isText(bytes) ? std::optional<Value>(std::string(bytes))
-                                                              : std::nullopt;
-    case ObjectType::Integer: {
+    case ObjectType::string:
+        return bytes.size() <= maxTextBytes && isText(bytes) ? std::optional<Value>(std::string(bytes))
+                                                             : std::nullopt;
+    case ObjectType::integer: {
         const std::optional<std::int64_t> number = parseInteger(bytes);
         return number ? std::optional<Value>(*number) : std::nullopt;
     }
-    case ObjectType::StringList:
+    case ObjectType::stringList:
         return decodeStringList(ByteReader(bytes));
-    case ObjectType::IndStringList:
+    case ObjectType::indStringList:
         return decodeIndStringList(ByteReader(bytes));
-    case ObjectType::Table:
+    case ObjectType::table:
         return decodeTable(ByteReader(bytes));
-    case ObjectType::File:
+    case ObjectType::file:
         break;
     }
     return std::nullopt;
@@ -207,17 +207,17 @@ std::optional<Value> decodeValue(ObjectType type, std::string_view bytes)
 
 bool isWithinLimits(const Value &value)
 {
-    return std::visit(Overloaded{[](const std::string &text) { return text.size() <= kMaxTextBytes; },
+    return std::visit(Overloaded{[](const std::string &text) { return text.size() <= maxTextBytes; },
                                  [](std::int64_t) { return true; },
                                  [](const StringList &list) {
-                                     return list.size() <= kMaxEntries && areTexts(list) &&
-                                            bytesOf(list) <= kMaxValueBytes;
+                                     return list.size() <= maxEntries && areTexts(list) &&
+                                            bytesOf(list) <= maxValueBytes;
                                  },
                                  [](const IndStringList &list) { return isListWithinLimits(list); },
                                  [](const Table &table) {
-                                     return table.columns <= kMaxColumns && table.rows() <= kMaxEntries &&
+                                     return table.columns <= maxColumns && table.rows() <= maxEntries &&
                                             areTexts(table.cells) &&
-                                            4 + bytesOf(table.cells) <= kMaxValueBytes;
+                                            4 + bytesOf(table.cells) <= maxValueBytes;
                                  }},
                       value);
 }

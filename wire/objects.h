@@ -15,12 +15,12 @@ namespace wire {
 
 enum class ObjectType : std::uint8_t
 {
-    String = 1,
-    Integer,
-    File,
-    StringList,
-    IndStringList,
-    Table
+    string = 1,
+    integer,
+    file,
+    stringList,
+    indStringList,
+    table
 };
 
 using StringList = std::vector<std::string>;

@@ -15,7 +15,7 @@ struct Lead
     std::uint8_t firstHigh;
 };
 
-constexpr Lead kNone{0, 0, 0};
+constexpr Lead noLead{0, 0, 0};
 
 Lead leadOf(std::uint8_t byte)
 {
@@ -30,7 +30,7 @@ Lead leadOf(std::uint8_t byte)
         return {3, static_cast<std::uint8_t>(byte == 0xf0 ? 0x90 : 0x80),
                 static_cast<std::uint8_t>(byte == 0xf4 ? 0x8f : 0xbf)};
     }
-    return kNone;
+    return noLead;
 }
 
 bool followersFit(std::string_view bytes, const Lead &lead)

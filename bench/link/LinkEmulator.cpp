@@ -20,8 +20,8 @@ void printDirection(const char *name, const LinkDirection::Counters &counters)
 } // namespace
 
 LinkEmulator::LinkEmulator(const TunDevice &near, const TunDevice &far, const LinkPair &settings)
-    : m_settings(settings), m_up{near, far, PacketWatch::Direction::Up, {}},
-      m_down{far, near, PacketWatch::Direction::Down, {}}
+    : m_settings(settings), m_up{near, far, PacketWatch::Direction::up, {}},
+      m_down{far, near, PacketWatch::Direction::down, {}}
 {
     applySettings();
 }

@@ -41,7 +41,7 @@ std::optional<Segment> parseSegment(Bytes packet, PacketWatch::Direction directi
     if (segment.size() < tcpHeader) {
         return std::nullopt;
     }
-    const bool up = direction == PacketWatch::Direction::Up;
+    const bool up = direction == PacketWatch::Direction::up;
     const auto source = std::uint64_t{shortAt(packet, 14)} << 16U | shortAt(segment, 0);
     const auto target = std::uint64_t{shortAt(packet, 18)} << 16U | shortAt(segment, 2);
     constexpr std::size_t synchronise = 0x02;
@@ -72,9 +72,9 @@ void PacketWatch::see(Bytes packet, Direction direction)
     if (segment->data.empty()) {
         return;
     }
-    if (direction == Direction::Up) {
+    if (direction == Direction::up) {
         const auto last = m_lastData.find(segment->connection);
-        m_counters.turns += last == m_lastData.end() || last->second == Direction::Down ? 1U : 0U;
+        m_counters.turns += last == m_lastData.end() || last->second == Direction::down ? 1U : 0U;
         m_counters.clientHellos += beginsHandshake(segment->data) ? 1U : 0U;
     }
     m_lastData.insert_or_assign(segment->connection, direction);

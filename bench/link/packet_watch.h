@@ -12,8 +12,8 @@ class PacketWatch
 public:
     enum class Direction
     {
-        Up,
-        Down
+        up,
+        down
     };
 
     struct Counters

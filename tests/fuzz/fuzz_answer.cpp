@@ -54,7 +54,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         ensure(reader.answer().isComplete);
     } catch (const vrc::Failure &failure) {
         const std::uint32_t code = failure.error().code;
-        ensure(code == wire::errors::StrangeAnswer.code || code == wire::errors::Network.code);
+        ensure(code == wire::errors::strangeAnswer.code || code == wire::errors::network.code);
     }
     ensure(reader.answer().acknowledged <= 3);
     decodeObjects(reader.answer());

@@ -65,12 +65,12 @@ std::shared_ptr<ServerSession> openSession(AppServices &services)
 
 void checkAnswer(std::string_view bytes)
 {
-    wire::FrameReader reader(wire::Direction::Answer);
+    wire::FrameReader reader(wire::Direction::answer);
     bool complete = false;
     while (!bytes.empty()) {
         ensure(!complete);
-        ensure(reader.take(bytes) == wire::FrameReader::Status::Frame);
-        complete = reader.type() == wire::FrameType::Complete;
+        ensure(reader.take(bytes) == wire::FrameReader::Status::frame);
+        complete = reader.type() == wire::FrameType::complete;
     }
     ensure(complete && reader.isBetweenFrames());
 }
@@ -107,7 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::string body = input;
     if ((data[0] & 1U) != 0) {
         body.clear();
-        wire::append(body, wire::SessionFrame{wire::kVersion, openSession(services)->id, 0});
+        wire::append(body, wire::SessionFrame{wire::protocolVersion, openSession(services)->id, 0});
         body += input;
     }
     carryOut(services, body, pieceBytes);

@@ -10,11 +10,11 @@
 /// standard input ends: fault_relay PORT KIND BYTES-TO-SERVER
 int main(int argc, char **argv)
 {
-    const std::map<std::string, Fault::Kind> kinds = {{"cut", Fault::Kind::Cut},
-                                                      {"reset", Fault::Kind::Reset},
-                                                      {"stall", Fault::Kind::Stall},
-                                                      {"drip", Fault::Kind::Drip},
-                                                      {"corrupt", Fault::Kind::Corrupt}};
+    const std::map<std::string, Fault::Kind> kinds = {{"cut", Fault::Kind::cut},
+                                                      {"reset", Fault::Kind::reset},
+                                                      {"stall", Fault::Kind::stall},
+                                                      {"drip", Fault::Kind::drip},
+                                                      {"corrupt", Fault::Kind::corrupt}};
     if (argc != 4 || kinds.count(argv[2]) == 0) {
         std::cerr << "usage: fault_relay PORT cut|reset|stall|drip|corrupt BYTES-TO-SERVER\n";
         return 2;

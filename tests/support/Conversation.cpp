@@ -61,7 +61,7 @@ Frame whole(const std::optional<Frame> &frame)
 Texts textsOf(FrameType type, std::string_view payload)
 {
     switch (type) {
-    case FrameType::Hello: {
+    case FrameType::hello: {
         const auto f = whole(wire::decodeHello(payload));
         return {std::to_string(f.lowestVersion),
                 std::to_string(f.highestVersion),
@@ -73,46 +73,46 @@ Texts textsOf(FrameType type, std::string_view payload)
                 f.closeProcedure,
                 f.singleSignOn ? "1" : "0"};
     }
-    case FrameType::Session: {
+    case FrameType::session: {
         const auto f = whole(wire::decodeSession(payload));
         return {std::to_string(f.version), f.id, std::to_string(f.acknowledged)};
     }
-    case FrameType::Command: {
+    case FrameType::command: {
         const auto f = whole(wire::decodeCommand(payload));
         return {std::to_string(f.number), flagsOf(f), f.offset ? std::to_string(*f.offset) : "-",
                 f.hash ? hex(*f.hash) : "-", f.line};
     }
-    case FrameType::Object: {
+    case FrameType::object: {
         const auto f = whole(wire::decodeObject(payload));
         return {std::string(wire::typeName(f.type)), f.name, std::to_string(f.bytes)};
     }
-    case FrameType::Data:
+    case FrameType::data:
         return {std::string(payload)};
-    case FrameType::Query:
+    case FrameType::query:
         return {whole(wire::decodeQuery(payload)).objectName};
-    case FrameType::End:
+    case FrameType::end:
         return {};
-    case FrameType::Welcome: {
+    case FrameType::welcome: {
         const auto f = whole(wire::decodeWelcome(payload));
         return {std::to_string(f.version), f.sessionId, std::to_string(f.idleSeconds),
                 f.wantsLogin ? "1" : "0"};
     }
-    case FrameType::Result: {
+    case FrameType::result: {
         const auto f = whole(wire::decodeResult(payload));
         return {std::to_string(f.number), f.text};
     }
-    case FrameType::Acknowledged:
+    case FrameType::acknowledged:
         return {std::to_string(whole(wire::decodeAcknowledged(payload)).number)};
-    case FrameType::Error: {
+    case FrameType::error: {
         const auto f = whole(wire::decodeError(payload));
         return {std::to_string(f.number),     f.error.service,     f.error.errorClass,
                 std::to_string(f.error.code), f.error.description, f.error.info};
     }
-    case FrameType::Progress: {
+    case FrameType::progress: {
         const auto f = whole(wire::decodeProgress(payload));
         return {std::to_string(f.lastNumber), f.objectBytes ? std::to_string(*f.objectBytes) : "-"};
     }
-    case FrameType::Complete:
+    case FrameType::complete:
         return {std::to_string(whole(wire::decodeComplete(payload)).lastNumber)};
     }
     return {};
@@ -121,20 +121,20 @@ Texts textsOf(FrameType type, std::string_view payload)
 std::string encodedRequestFrame(FrameType type, const Texts &t)
 {
     std::string out;
-    if (type == FrameType::Hello) {
+    if (type == FrameType::hello) {
         const auto low = static_cast<std::uint16_t>(number(t.at(0)));
         const auto high = static_cast<std::uint16_t>(number(t.at(1)));
         wire::append(out, wire::HelloFrame{low, high, fromHex(t.at(2)), t.at(3), t.at(4), t.at(5), t.at(6),
                                            t.at(7), t.at(8) == "1"});
-    } else if (type == FrameType::Session) {
+    } else if (type == FrameType::session) {
         const auto version = static_cast<std::uint16_t>(number(t.at(0)));
         wire::append(out, wire::SessionFrame{version, t.at(1), number(t.at(2))});
-    } else if (type == FrameType::Command) {
+    } else if (type == FrameType::command) {
         wire::CommandFrame frame{number(t.at(0)), t.at(1) == "queued", {}, {}, t.at(4)};
         frame.offset = t.at(2) == "-" ? std::nullopt : std::optional(number(t.at(2)));
         frame.hash = t.at(3) == "-" ? std::nullopt : std::optional(fromHex(t.at(3)));
         wire::append(out, frame);
-    } else if (type == FrameType::Query) {
+    } else if (type == FrameType::query) {
         wire::append(out, wire::QueryFrame{t.at(0)});
     } else {
         wire::appendEnd(out);
@@ -145,18 +145,18 @@ std::string encodedRequestFrame(FrameType type, const Texts &t)
 std::string encodedAnswerFrame(FrameType type, const Texts &t)
 {
     std::string out;
-    if (type == FrameType::Welcome) {
+    if (type == FrameType::welcome) {
         const auto version = static_cast<std::uint16_t>(number(t.at(0)));
         const auto idle = static_cast<std::uint32_t>(number(t.at(2)));
         wire::append(out, wire::WelcomeFrame{version, t.at(1), idle, t.at(3) == "1"});
-    } else if (type == FrameType::Result) {
+    } else if (type == FrameType::result) {
         wire::append(out, wire::ResultFrame{number(t.at(0)), t.at(1)});
-    } else if (type == FrameType::Acknowledged) {
+    } else if (type == FrameType::acknowledged) {
         wire::append(out, wire::AcknowledgedFrame{number(t.at(0))});
-    } else if (type == FrameType::Error) {
+    } else if (type == FrameType::error) {
         const auto code = static_cast<std::uint32_t>(number(t.at(3)));
         wire::append(out, wire::ErrorFrame{number(t.at(0)), {t.at(1), t.at(2), code, t.at(4), t.at(5)}});
-    } else if (type == FrameType::Progress) {
+    } else if (type == FrameType::progress) {
         const auto bytes = t.at(1) == "-" ? std::nullopt : std::optional(number(t.at(1)));
         wire::append(out, wire::ProgressFrame{number(t.at(0)), bytes});
     } else {
@@ -167,7 +167,7 @@ std::string encodedAnswerFrame(FrameType type, const Texts &t)
 
 FrameType typeOf(const Line &line)
 {
-    const auto direction = line.kind == '>' ? wire::Direction::Request : wire::Direction::Answer;
+    const auto direction = line.kind == '>' ? wire::Direction::request : wire::Direction::answer;
     const std::string letter = line.tokens.empty() ? "" : line.tokens.front().text;
     const auto type = letter.size() == 1 ? wire::frameTypeOf(letter[0], direction) : std::nullopt;
     if (!type) {
@@ -264,10 +264,10 @@ std::string encoded(const Line &line, const Variables &variables)
         texts.push_back(expanded(*token, variables));
     }
     std::string out;
-    if (type == FrameType::Object) {
+    if (type == FrameType::object) {
         const auto objectType = wire::typeFromName(texts.at(0)).value();
         wire::append(out, wire::ObjectFrame{objectType, texts.at(1), number(texts.at(2))});
-    } else if (type == FrameType::Data) {
+    } else if (type == FrameType::data) {
         wire::appendDataHeader(out, texts.at(0).size());
         out += texts.at(0);
     } else if (line.kind == '>') {

@@ -46,10 +46,10 @@ void FaultRelay::relay(Pair &pair)
                                           {m_wake[1].descriptor(), POLLIN, 0}}};
         ::poll(entries.data(), entries.size(), -1);
         if (entries[0].revents != 0) {
-            isAlive = pass(pair, Fault::Way::ToServer);
+            isAlive = pass(pair, Fault::Way::toServer);
         }
         if (isAlive && entries[1].revents != 0) {
-            isAlive = pass(pair, Fault::Way::ToClient);
+            isAlive = pass(pair, Fault::Way::toClient);
         }
     }
     pair.client.close();
@@ -60,12 +60,12 @@ void FaultRelay::relay(Pair &pair)
 /// Moves what has arrived one way. False when the connection is over.
 bool FaultRelay::pass(Pair &pair, Fault::Way way)
 {
-    const bool toServer = way == Fault::Way::ToServer;
+    const bool toServer = way == Fault::Way::toServer;
     const LoopbackSocket &from = toServer ? pair.client : pair.server;
     const LoopbackSocket &to = toServer ? pair.server : pair.client;
     std::string bytes = from.receive();
     std::uint64_t &passed = toServer ? pair.toServer : pair.toClient;
-    const bool isHurt = pair.fault.kind != Fault::Kind::None && pair.fault.way == way &&
+    const bool isHurt = pair.fault.kind != Fault::Kind::none && pair.fault.way == way &&
                         passed + bytes.size() > pair.fault.afterBytes;
     if (bytes.empty()) {
         return false;
@@ -83,25 +83,25 @@ bool FaultRelay::pass(Pair &pair, Fault::Way way)
 bool FaultRelay::hurt(Pair &pair, const LoopbackSocket &to, std::string &bytes, std::size_t harmless)
 {
     switch (pair.fault.kind) {
-    case Fault::Kind::Cut:
+    case Fault::Kind::cut:
         to.send(std::string_view(bytes).substr(0, harmless));
         return false;
-    case Fault::Kind::Reset:
+    case Fault::Kind::reset:
         to.send(std::string_view(bytes).substr(0, harmless));
         pair.client.reset();
         pair.server.reset();
         return false;
-    case Fault::Kind::Stall:
+    case Fault::Kind::stall:
         to.send(std::string_view(bytes).substr(0, harmless));
         waitForEnd(-1);
         return false;
-    case Fault::Kind::Drip:
+    case Fault::Kind::drip:
         return drip(pair, to, bytes);
-    case Fault::Kind::Corrupt:
+    case Fault::Kind::corrupt:
         bytes[harmless] = static_cast<char>(bytes[harmless] ^ pair.fault.mask);
-        pair.fault.kind = Fault::Kind::None;
+        pair.fault.kind = Fault::Kind::none;
         return to.send(bytes);
-    case Fault::Kind::None:
+    case Fault::Kind::none:
         break;
     }
     return to.send(bytes);
@@ -122,10 +122,10 @@ bool FaultRelay::drip(const Pair &pair, const LoopbackSocket &to, const std::str
 
 void FaultRelay::note(Fault::Way way, const std::string &bytes)
 {
-    (way == Fault::Way::ToServer ? m_toServer : m_toClient) += bytes.size();
+    (way == Fault::Way::toServer ? m_toServer : m_toClient) += bytes.size();
     if (m_isRecording) {
         const std::lock_guard lock(m_mutex);
-        (way == Fault::Way::ToServer ? m_recordedToServer : m_recordedToClient) += bytes;
+        (way == Fault::Way::toServer ? m_recordedToServer : m_recordedToClient) += bytes;
     }
 }
 

@@ -17,21 +17,21 @@ struct Fault
 {
     enum class Kind
     {
-        None,
-        Cut,     ///< both sides see an orderly end
-        Reset,   ///< both sides see a reset
-        Stall,   ///< nothing moves any more, in either direction
-        Drip,    ///< the rest goes through in pieces of dripBytes, one each dripMs
-        Corrupt, ///< the next byte is changed by the mask; the rest passes
+        none,
+        cut,     ///< both sides see an orderly end
+        reset,   ///< both sides see a reset
+        stall,   ///< nothing moves any more, in either direction
+        drip,    ///< the rest goes through in pieces of dripBytes, one each dripMs
+        corrupt, ///< the next byte is changed by the mask; the rest passes
     };
     enum class Way
     {
-        ToServer,
-        ToClient
+        toServer,
+        toClient
     };
 
-    Kind kind = Kind::None;
-    Way way = Way::ToServer;
+    Kind kind = Kind::none;
+    Way way = Way::toServer;
     std::uint64_t afterBytes = 0;
     int dripMs = 1;
     unsigned char mask = 0x55;
@@ -68,7 +68,7 @@ public:
     [[nodiscard]] std::string recorded(Fault::Way way) const
     {
         const std::lock_guard lock(m_mutex);
-        return way == Fault::Way::ToServer ? m_recordedToServer : m_recordedToClient;
+        return way == Fault::Way::toServer ? m_recordedToServer : m_recordedToClient;
     }
 
 private:

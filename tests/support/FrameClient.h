@@ -26,7 +26,7 @@ public:
     /// Throws when there is no answer of status 200.
     AnswerText ask(const RequestText &request)
     {
-        const auto response = m_client.Post("/vrc", request.text, wire::kMediaType);
+        const auto response = m_client.Post("/vrc", request.text, wire::mediaType);
         if (!response || response->status != 200) {
             throw std::runtime_error("no answer: " + (response ? std::to_string(response->status)
                                                                : httplib::to_string(response.error())));

@@ -8,17 +8,17 @@
 
 namespace {
 
-constexpr std::string_view kName = " NAME=|";
+constexpr std::string_view nameField = " NAME=|";
 
 /// The command with a variable that does not exist in the place of its object.
 std::string spoiltLine(std::string line)
 {
-    const std::size_t start = line.find(kName);
+    const std::size_t start = line.find(nameField);
     if (start == std::string::npos) {
         ADD_FAILURE() << "nothing in this command can be spoilt: " << line;
         return line;
     }
-    const std::size_t value = start + kName.size();
+    const std::size_t value = start + nameField.size();
     return line.replace(value, line.find('|', value) - value, "##NO_SUCH_VARIABLE");
 }
 
@@ -117,9 +117,9 @@ bool MeddlingPeer::serve(PeerRequest &request, const LoopbackSocket &socket)
 std::string MeddlingPeer::read(std::string_view body, std::vector<PassedCommand> &commands)
 {
     std::string out;
-    wire::FrameReader reader(wire::Direction::Request);
-    while (!body.empty() && reader.take(body) == wire::FrameReader::Status::Frame) {
-        if (reader.type() != wire::FrameType::Command) {
+    wire::FrameReader reader(wire::Direction::request);
+    while (!body.empty() && reader.take(body) == wire::FrameReader::Status::frame) {
+        if (reader.type() != wire::FrameType::command) {
             appendFrame(out, reader.type(), reader.payload());
             continue;
         }

@@ -145,12 +145,12 @@ std::string WildAnswers::to(std::string_view request)
             queued = 0;
         }
     };
-    wire::FrameReader reader(wire::Direction::Request);
-    while (!request.empty() && reader.take(request) == wire::FrameReader::Status::Frame) {
-        if (reader.type() == wire::FrameType::Hello) {
-            wire::append(frames, wire::WelcomeFrame{wire::kVersion, std::string(64, 'a'),
+    wire::FrameReader reader(wire::Direction::request);
+    while (!request.empty() && reader.take(request) == wire::FrameReader::Status::frame) {
+        if (reader.type() == wire::FrameType::hello) {
+            wire::append(frames, wire::WelcomeFrame{wire::protocolVersion, std::string(64, 'a'),
                                                     static_cast<std::uint32_t>(anyNumber()), happens(50)});
-        } else if (reader.type() == wire::FrameType::Command) {
+        } else if (reader.type() == wire::FrameType::command) {
             if (const auto command = wire::decodeCommand(reader.payload())) {
                 last = command->number;
                 if (command->isQueued && !happens(3)) {
@@ -160,7 +160,7 @@ std::string WildAnswers::to(std::string_view request)
                 acknowledge();
                 answerCommand(frames, last, command->line);
             }
-        } else if (reader.type() == wire::FrameType::Query) {
+        } else if (reader.type() == wire::FrameType::query) {
             wire::append(frames, wire::ProgressFrame{happens(50) ? last : anyNumber(), anyNumber()});
         }
     }

@@ -21,7 +21,7 @@ public:
                        const std::string &password = {})
     {
         wire::HelloFrame frame;
-        frame.lowestVersion = frame.highestVersion = wire::kVersion;
+        frame.lowestVersion = frame.highestVersion = wire::protocolVersion;
         frame.nonce.fill(nonce);
         frame.application = application;
         frame.user = user;
@@ -31,7 +31,7 @@ public:
 
     RequestText &session(const std::string &id, std::uint64_t acknowledged = 0)
     {
-        return add(wire::SessionFrame{wire::kVersion, id, acknowledged});
+        return add(wire::SessionFrame{wire::protocolVersion, id, acknowledged});
     }
 
     RequestText &command(std::uint64_t number, const std::string &line)
@@ -47,9 +47,9 @@ public:
 
     RequestText &file(const std::string &name, const std::string &bytes)
     {
-        add(wire::ObjectFrame{wire::ObjectType::File, name, bytes.size()});
-        for (std::size_t at = 0; at < bytes.size(); at += wire::kMaxDataBytes) {
-            const std::string piece = bytes.substr(at, wire::kMaxDataBytes);
+        add(wire::ObjectFrame{wire::ObjectType::file, name, bytes.size()});
+        for (std::size_t at = 0; at < bytes.size(); at += wire::maxDataBytes) {
+            const std::string piece = bytes.substr(at, wire::maxDataBytes);
             wire::appendDataHeader(text, piece.size());
             text += piece;
         }
@@ -99,28 +99,28 @@ inline void describeFrame(wire::FrameType type, std::string_view payload, Answer
 {
     using wire::FrameType;
     const auto number = [](std::uint64_t value) { return std::to_string(value); };
-    if (type == FrameType::Welcome) {
+    if (type == FrameType::welcome) {
         answer.session = wire::decodeWelcome(payload).value().sessionId;
         answer.lines.emplace_back("W");
-    } else if (type == FrameType::Result) {
+    } else if (type == FrameType::result) {
         const auto frame = wire::decodeResult(payload).value();
         answer.lines.push_back("R " + number(frame.number) + (frame.text.empty() ? "" : " ") + frame.text);
-    } else if (type == FrameType::Acknowledged) {
+    } else if (type == FrameType::acknowledged) {
         answer.lines.push_back("A " + number(wire::decodeAcknowledged(payload).value().number));
-    } else if (type == FrameType::Error) {
+    } else if (type == FrameType::error) {
         const auto frame = wire::decodeError(payload).value();
         answer.lines.push_back("X " + number(frame.number) + ' ' + errorName(frame.error));
         answer.errors.push_back(frame.error.description);
-    } else if (type == FrameType::Progress) {
+    } else if (type == FrameType::progress) {
         const auto frame = wire::decodeProgress(payload).value();
         answer.lines.push_back("P " + number(frame.lastNumber) + ' ' +
                                (frame.objectBytes ? number(*frame.objectBytes) : "none"));
-    } else if (type == FrameType::Complete) {
+    } else if (type == FrameType::complete) {
         answer.lines.push_back("Z " + number(wire::decodeComplete(payload).value().lastNumber));
-    } else if (type == FrameType::Object) {
+    } else if (type == FrameType::object) {
         const auto frame = wire::decodeObject(payload).value();
         answer.lines.push_back("O " + frame.name + ' ' + number(frame.bytes));
-    } else if (type == FrameType::Data) {
+    } else if (type == FrameType::data) {
         answer.data += payload;
     }
 }
@@ -128,9 +128,9 @@ inline void describeFrame(wire::FrameType type, std::string_view payload, Answer
 inline AnswerText decodeAnswer(std::string_view bytes)
 {
     AnswerText answer;
-    wire::FrameReader reader(wire::Direction::Answer);
+    wire::FrameReader reader(wire::Direction::answer);
     while (!bytes.empty()) {
-        if (reader.take(bytes) != wire::FrameReader::Status::Frame) {
+        if (reader.take(bytes) != wire::FrameReader::Status::frame) {
             ADD_FAILURE() << "the answer is no sequence of frames";
             break;
         }

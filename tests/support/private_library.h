@@ -19,12 +19,12 @@ public:
     /// Copied: the program stands in the folder too, since the library is a part of it.
     enum class Program
     {
-        InPlace,
-        Copied
+        inPlace,
+        copied
     };
 
     /// Runs this program once more with the library in a folder that is removed afterwards; its exit status.
-    static int runAgain(char **argv, Program program = Program::InPlace)
+    static int runAgain(char **argv, Program program = Program::inPlace)
     {
         std::string made = (std::filesystem::temp_directory_path() / "libvrc-XXXXXX").string();
         if (::mkdtemp(made.data()) == nullptr) {
@@ -46,7 +46,7 @@ private:
                                        place / library);
         }
         std::string executable = "/proc/self/exe";
-        if (program == Program::Copied) {
+        if (program == Program::copied) {
             executable = place / "program";
             std::filesystem::copy_file("/proc/self/exe", executable);
             argv[0] = executable.data(); // where the library looks for the authority beside it

@@ -310,17 +310,17 @@ void UploadBed::forget(const std::string &name) const
 bool UploadBed::hasSession(const std::string &identifier, bool isEnd) const
 {
     std::string body;
-    wire::append(body, wire::SessionFrame{wire::kVersion, identifier, 0});
+    wire::append(body, wire::SessionFrame{wire::protocolVersion, identifier, 0});
     isEnd ? wire::appendEnd(body) : wire::append(body, wire::QueryFrame{""});
     const std::string answer = HttpPeer::askServer(m_server.plainPort(), body);
     std::string_view frames = answer;
-    wire::FrameReader reader(wire::Direction::Answer);
-    if (reader.take(frames) != wire::FrameReader::Status::Frame) {
+    wire::FrameReader reader(wire::Direction::answer);
+    if (reader.take(frames) != wire::FrameReader::Status::frame) {
         throw std::runtime_error("the server answers nonsense, or nothing");
     }
-    const auto error = reader.type() == wire::FrameType::Error ? wire::decodeError(reader.payload())
+    const auto error = reader.type() == wire::FrameType::error ? wire::decodeError(reader.payload())
                                                                : std::optional<wire::ErrorFrame>();
-    return !error || !wire::isError(error->error, wire::errors::UnknownSession);
+    return !error || !wire::isError(error->error, wire::errors::unknownSession);
 }
 
 int UploadBed::conclude(SweepTable &table) const

@@ -24,9 +24,9 @@ public:
     void run()
     {
         // The second one: what the library does about an error, and to get over it, needs memory too.
-        const std::vector<Fault> lost = {{Fault::Kind::Cut, Fault::Way::ToServer, 100'000, 0},
-                                         {Fault::Kind::Cut, Fault::Way::ToClient, 0, 0},
-                                         {Fault::Kind::Cut, Fault::Way::ToClient, 0, 0}};
+        const std::vector<Fault> lost = {{Fault::Kind::cut, Fault::Way::toServer, 100'000, 0},
+                                         {Fault::Kind::cut, Fault::Way::toClient, 0, 0},
+                                         {Fault::Kind::cut, Fault::Way::toClient, 0, 0}};
         sweep("plain", {}, false);
         sweep("plain, lost connections", lost, false);
         sweep("TLS", {}, true);
@@ -98,7 +98,7 @@ int main(int argc, char **argv)
 {
     SweepTable table(SweepOptions::parse(argc, argv));
     if (PrivateLibrary::folder() == nullptr) {
-        return PrivateLibrary::runAgain(argv, PrivateLibrary::Program::Copied);
+        return PrivateLibrary::runAgain(argv, PrivateLibrary::Program::copied);
     }
     enterFastPlace();
     UploadBed bed;

@@ -23,10 +23,10 @@ struct Kind
     unsigned workers; ///< those that wait for silence cost nothing meanwhile
 };
 
-constexpr Kind kinds[] = {{"reset", Fault::Kind::Reset, false, 6},
-                          {"close", Fault::Kind::Cut, false, 6},
-                          {"stall", Fault::Kind::Stall, false, 40},
-                          {"bit", Fault::Kind::Corrupt, true, 6}};
+constexpr Kind kinds[] = {{"reset", Fault::Kind::reset, false, 6},
+                          {"close", Fault::Kind::cut, false, 6},
+                          {"stall", Fault::Kind::stall, false, 40},
+                          {"bit", Fault::Kind::corrupt, true, 6}};
 
 struct Document
 {
@@ -73,7 +73,7 @@ private:
             m_table.violation(document.name, "an upload without a fault fails");
         }
         const auto layout = isTls ? layoutOfTls : layoutOfPlain;
-        return {layout(relay.recorded(Fault::Way::ToServer)), layout(relay.recorded(Fault::Way::ToClient))};
+        return {layout(relay.recorded(Fault::Way::toServer)), layout(relay.recorded(Fault::Way::toClient))};
     }
 
     [[nodiscard]] int portOf(bool isTls) const
@@ -92,9 +92,9 @@ private:
         const std::string what = std::string(document.name) + (isTls ? ", TLS" : ", plain");
         for (const Kind &kind : kinds) {
             std::vector<SweepCase> cases;
-            add(cases, what, kind, Fault::Way::ToServer,
+            add(cases, what, kind, Fault::Way::toServer,
                 selection(layouts.toServer.positions(document.stride), document), document, isTls, 1);
-            add(cases, what, kind, Fault::Way::ToClient,
+            add(cases, what, kind, Fault::Way::toClient,
                 selection(layouts.toClient.positions(document.stride), document), document, isTls, 1);
             m_table.run(cases, kind.workers);
         }
@@ -113,9 +113,9 @@ private:
             };
             for (const Kind &kind : kinds) {
                 std::vector<SweepCase> cases;
-                add(cases, what, kind, Fault::Way::ToServer, chosen(layouts.toServer.boundaries), document,
+                add(cases, what, kind, Fault::Way::toServer, chosen(layouts.toServer.boundaries), document,
                     isTls, connections);
-                add(cases, what, kind, Fault::Way::ToClient, chosen(layouts.toClient.boundaries), document,
+                add(cases, what, kind, Fault::Way::toClient, chosen(layouts.toClient.boundaries), document,
                     isTls, connections);
                 m_table.run(cases, kind.workers);
             }
@@ -130,7 +130,7 @@ private:
         }
         for (const Kind &kind : kinds) {
             std::vector<SweepCase> cases;
-            add(cases, std::string(document.name) + (isTls ? ", TLS" : ", plain"), kind, Fault::Way::ToServer,
+            add(cases, std::string(document.name) + (isTls ? ", TLS" : ", plain"), kind, Fault::Way::toServer,
                 selection(positions, document), document, isTls, 1);
             m_table.run(cases, std::min(kind.workers, 8U));
         }
@@ -142,7 +142,7 @@ private:
         if (kind.isForTlsAlone && !isTls) {
             return;
         }
-        const std::string wayName = way == Fault::Way::ToServer ? "to the server " : "to the client ";
+        const std::string wayName = way == Fault::Way::toServer ? "to the server " : "to the client ";
         for (const std::uint64_t at : positions) {
             const auto mask = static_cast<unsigned char>(1U << at % 8);
             const std::vector<Fault> faults(connections, Fault{kind.kind, way, at, 0, mask});

@@ -102,13 +102,13 @@ ConversationLayout layoutOfPlain(std::string_view bytes)
     layout.isPayload.resize(bytes.size());
     const BodyBytes body(bytes);
     const std::vector<std::size_t> &places = body.places();
-    for (std::size_t at = 0; at + wire::kFrameHeaderBytes <= places.size();) {
+    for (std::size_t at = 0; at + wire::frameHeaderBytes <= places.size();) {
         std::string header;
-        for (std::size_t i = 0; i < wire::kFrameHeaderBytes; ++i) {
+        for (std::size_t i = 0; i < wire::frameHeaderBytes; ++i) {
             header.push_back(bytes.at(places[at + i]));
         }
-        const std::size_t end = at + wire::kFrameHeaderBytes + number(header, 1, 4);
-        for (std::size_t i = at + wire::kFrameHeaderBytes; i < end && header[0] == 'D'; ++i) {
+        const std::size_t end = at + wire::frameHeaderBytes + number(header, 1, 4);
+        for (std::size_t i = at + wire::frameHeaderBytes; i < end && header[0] == 'D'; ++i) {
             layout.isPayload[places.at(i)] = true;
         }
         layout.boundaries.push_back(places.at(end - 1) + 1);

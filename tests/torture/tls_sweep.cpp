@@ -77,7 +77,7 @@ private:
         if (verdict.error != impostor.error) {
             verdict.violations.push_back("refused with " + verdict.error);
         }
-        const std::string recorded = relay.recorded(Fault::Way::ToServer);
+        const std::string recorded = relay.recorded(Fault::Way::toServer);
         if (verdict.isCompleted || server.receivedBytes() != 0 ||
             applicationBytes(recorded) > handshakeBytes * relay.connections() || recorded.empty()) {
             verdict.violations.emplace_back("bytes have left for a server that is not trusted");

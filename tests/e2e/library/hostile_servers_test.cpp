@@ -14,8 +14,8 @@ namespace {
 using namespace std::string_literals;
 using Seconds = std::chrono::seconds;
 
-constexpr const char *kPlainText = "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n";
-constexpr const char *kFrames = "HTTP/1.1 200 OK\r\nContent-Type: application/vnd.varek.frames\r\n";
+constexpr const char *pageHeader = "HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n";
+constexpr const char *framesHeader = "HTTP/1.1 200 OK\r\nContent-Type: application/vnd.varek.frames\r\n";
 
 std::string chunked(const std::string &header)
 {
@@ -61,7 +61,7 @@ std::vector<HostileServer> hostileServers()
         {"hangs_up", says(""), "LOCAL/REQUEST/104"},
         {"speaks_another_protocol", says("220 mail.example ESMTP\r\n"), "LOCAL/REQUEST/131"},
         {"answers_garbage", says("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03"s), "LOCAL/REQUEST/131"},
-        {"shows_a_login_page", says(kPlainText + "Content-Length: 26\r\n\r\n<html><body>Log in</body></"s),
+        {"shows_a_login_page", says(pageHeader + "Content-Length: 26\r\n\r\n<html><body>Log in</body></"s),
          "LOCAL/REQUEST/131"},
         {"redirects",
          says("HTTP/1.1 302 Found\r\nLocation: http://127.0.0.1:1/\r\nContent-Length: 0\r\n\r\n"),
@@ -71,22 +71,22 @@ std::vector<HostileServer> hostileServers()
         {"has_no_room", says("HTTP/1.1 503 Busy\r\nContent-Length: 0\r\n\r\n"), "LOCAL/REQUEST/103"},
         {"refuses_small_bodies", says("HTTP/1.1 413 Too Large\r\nContent-Length: 0\r\n\r\n"),
          "LOCAL/REQUEST/131"},
-        {"cuts_a_frame", says(kFrames + "Content-Length: 9\r\n\r\n"s + welcome.substr(0, 9)),
+        {"cuts_a_frame", says(framesHeader + "Content-Length: 9\r\n\r\n"s + welcome.substr(0, 9)),
          "LOCAL/REQUEST/104"},
-        {"cuts_the_body", says(kFrames + "Content-Length: 900\r\n\r\n"s + welcome), "LOCAL/REQUEST/104"},
+        {"cuts_the_body", says(framesHeader + "Content-Length: 900\r\n\r\n"s + welcome), "LOCAL/REQUEST/104"},
         {"cuts_the_header", says("HTTP/1.1 200 OK\r\nContent-Ty"), "LOCAL/REQUEST/104"},
         {"lies_about_a_length", says(HttpPeer::answer("W\xff\xff\xff\xff"s)), "LOCAL/REQUEST/131"},
         {"says_it_is_compressed",
-         says(kFrames + "Content-Encoding: gzip\r\nContent-Length: 8\r\n\r\n\x1f\x8b\x08\0\0\0\0\0"s),
+         says(framesHeader + "Content-Encoding: gzip\r\nContent-Length: 8\r\n\r\n\x1f\x8b\x08\0\0\0\0\0"s),
          "LOCAL/REQUEST/131"},
         {"has_an_endless_header",
          repeats("HTTP/1.1 200 OK\r\n", "X-Filler: " + std::string(1000, 'x') + "\r\n"), "LOCAL/REQUEST/131"},
         {"has_an_endless_header_line", repeats("HTTP/1.1 200 OK\r\nX: ", std::string(65536, 'x')),
          "LOCAL/REQUEST/131"},
         {"is_always_about_to_answer", repeats("", "HTTP/1.1 100 Continue\r\n\r\n"), "LOCAL/REQUEST/131"},
-        {"has_an_endless_body", repeats(chunked(kFrames), chunk(bomb)), "LOCAL/REQUEST/131"},
-        {"has_an_endless_login_page", repeats(chunked(kPlainText), chunk(bomb)), "LOCAL/REQUEST/131"},
-        {"welcomes_without_end", repeats(chunked(kFrames), chunk(welcome)), "LOCAL/REQUEST/131"},
+        {"has_an_endless_body", repeats(chunked(framesHeader), chunk(bomb)), "LOCAL/REQUEST/131"},
+        {"has_an_endless_login_page", repeats(chunked(pageHeader), chunk(bomb)), "LOCAL/REQUEST/131"},
+        {"welcomes_without_end", repeats(chunked(framesHeader), chunk(welcome)), "LOCAL/REQUEST/131"},
     };
 }
 

@@ -81,7 +81,7 @@ private:
     /// Reads frames until the part is said, and the body is over unless the connection is to be lost there.
     bool hear(PeerRequest &request, const Exchange &exchange)
     {
-        wire::FrameReader reader(wire::Direction::Request);
+        wire::FrameReader reader(wire::Direction::request);
         std::size_t heard = 0;
         while (heard < exchange.request.size() || !exchange.isLost) {
             const std::string body = request.readBody();
@@ -89,7 +89,7 @@ private:
             if (body.empty()) {
                 break;
             }
-            while (!piece.empty() && reader.take(piece) == wire::FrameReader::Status::Frame) {
+            while (!piece.empty() && reader.take(piece) == wire::FrameReader::Status::frame) {
                 note(exchange, heard++, reader);
             }
         }

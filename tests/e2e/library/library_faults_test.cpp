@@ -75,13 +75,13 @@ protected:
     {
         const Traffic whole = upload({}, "without a fault");
         ASSERT_TRUE(m_isDone) << m_error;
-        for (const Fault::Way way : {Fault::Way::ToServer, Fault::Way::ToClient}) {
-            const std::uint64_t bytes = way == Fault::Way::ToServer ? whole.toServer : whole.toClient;
+        for (const Fault::Way way : {Fault::Way::toServer, Fault::Way::toClient}) {
+            const std::uint64_t bytes = way == Fault::Way::toServer ? whole.toServer : whole.toClient;
             for (int point = 0; point < points; ++point) {
                 const std::uint64_t after =
                     bytes * static_cast<std::uint64_t>(point) / static_cast<std::uint64_t>(points);
                 const std::string name =
-                    std::string(way == Fault::Way::ToServer ? "to server" : "to client") + " after " +
+                    std::string(way == Fault::Way::toServer ? "to server" : "to client") + " after " +
                     std::to_string(after);
                 upload({{kind, way, after, 0}}, name);
                 EXPECT_TRUE(m_isDone) << name << ": " << m_error;
@@ -112,22 +112,22 @@ TEST_F(UploadFaults, one_connection_does_for_an_upload)
 
 TEST_F(UploadFaults, a_cut_anywhere_is_got_over)
 {
-    sweep(Fault::Kind::Cut, 14);
+    sweep(Fault::Kind::cut, 14);
 }
 
 TEST_F(UploadFaults, a_reset_anywhere_is_got_over)
 {
-    sweep(Fault::Kind::Reset, 14);
+    sweep(Fault::Kind::reset, 14);
 }
 
 TEST_F(UploadFaults, a_stall_anywhere_is_got_over)
 {
-    sweep(Fault::Kind::Stall, 4);
+    sweep(Fault::Kind::stall, 4);
 }
 
 TEST_F(UploadFaults, a_line_that_drips_is_slow_but_good)
 {
-    upload({{Fault::Kind::Drip, Fault::Way::ToServer, 150'000, 0}}, "dripping");
+    upload({{Fault::Kind::drip, Fault::Way::toServer, 150'000, 0}}, "dripping");
     EXPECT_TRUE(m_isDone) << m_error;
     EXPECT_EQ(m_connections, 1U);
 }
@@ -135,7 +135,7 @@ TEST_F(UploadFaults, a_line_that_drips_is_slow_but_good)
 TEST_F(UploadFaults, a_line_that_closes_every_time_still_gets_the_document_through)
 {
     for (const std::uint64_t bytes : {70'000U, 100'000U, 150'000U}) {
-        const std::vector<Fault> faults(40, Fault{Fault::Kind::Cut, Fault::Way::ToServer, bytes, 0});
+        const std::vector<Fault> faults(40, Fault{Fault::Kind::cut, Fault::Way::toServer, bytes, 0});
         upload(faults, "each connection closes after " + std::to_string(bytes));
         EXPECT_TRUE(m_isDone) << bytes << ": " << m_error;
     }
@@ -145,14 +145,14 @@ TEST_F(UploadFaults, a_line_that_closes_every_time_still_gets_the_document_throu
 TEST_F(UploadFaults, a_line_that_resets_every_time_gets_the_document_through_or_says_so)
 {
     for (const std::uint64_t bytes : {70'000U, 100'000U, 150'000U}) {
-        const std::vector<Fault> faults(40, Fault{Fault::Kind::Reset, Fault::Way::ToServer, bytes, 0});
+        const std::vector<Fault> faults(40, Fault{Fault::Kind::reset, Fault::Way::toServer, bytes, 0});
         upload(faults, "each connection breaks after " + std::to_string(bytes));
     }
 }
 
 TEST_F(UploadFaults, a_line_that_never_carries_anything_is_a_network_error)
 {
-    upload(std::vector<Fault>(40, Fault{Fault::Kind::Cut, Fault::Way::ToClient, 0, 0}), "dead");
+    upload(std::vector<Fault>(40, Fault{Fault::Kind::cut, Fault::Way::toClient, 0, 0}), "dead");
     EXPECT_FALSE(m_isDone);
 }
 
@@ -160,7 +160,7 @@ TEST_F(UploadFaults, a_line_that_never_carries_anything_is_a_network_error)
 TEST_F(UploadFaults, a_corrupted_block_is_never_stored)
 {
     const std::string path = m_folder.write("document", incompressibleText(200'000, 77));
-    FaultRelay relay(s_server->plainPort(), {{Fault::Kind::Corrupt, Fault::Way::ToServer, 100'000, 0}});
+    FaultRelay relay(s_server->plainPort(), {{Fault::Kind::corrupt, Fault::Way::toServer, 100'000, 0}});
     LibraryUpload print(plainConnection(relay.port()), login(), path);
     EXPECT_FALSE(print.run());
     EXPECT_EQ(print.error(), "SYSTEM/OBJECT/105") << print.failedCommand();
@@ -170,7 +170,7 @@ TEST_F(UploadFaults, a_corrupted_block_is_never_stored)
 TEST_F(UploadFaults, closing_within_the_block_loop_does_not_wait_for_it)
 {
     const std::string path = m_folder.write("document", incompressibleText(2'000'000, 5));
-    FaultRelay relay(s_server->plainPort(), {{Fault::Kind::Stall, Fault::Way::ToServer, 300'000, 0}});
+    FaultRelay relay(s_server->plainPort(), {{Fault::Kind::stall, Fault::Way::toServer, 300'000, 0}});
     LibraryRequest request(plainConnection(relay.port()));
     ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + login()));
     ASSERT_TRUE(

@@ -157,7 +157,7 @@ const wire::CompleteFrame complete{1};
 
 wire::ErrorFrame errorOf(std::uint64_t number)
 {
-    return {number, wire::makeError(wire::errors::CannotStore)};
+    return {number, wire::makeError(wire::errors::cannotStore)};
 }
 
 Frames objectFrames(wire::ObjectType type, const std::string &name, const std::string &bytes)
@@ -208,18 +208,18 @@ std::vector<StrangeAnswer> strangeAnswers()
         {"that_goes_on_after_its_end", nop, frames(welcome, result, complete, complete), strange},
         {"with_frames_of_a_request", nop, frames(welcome, wire::QueryFrame{"X"}, complete), strange},
         {"with_an_object_that_nobody_asked_for", nop,
-         frames(welcome, result) + objectFrames(ObjectType::String, "X", "x") + frames(complete), strange},
+         frames(welcome, result) + objectFrames(ObjectType::string, "X", "x") + frames(complete), strange},
         {"with_an_object_before_the_result", get,
-         frames(welcome) + objectFrames(ObjectType::String, "X", "x") + frames(result, complete), strange},
+         frames(welcome) + objectFrames(ObjectType::string, "X", "x") + frames(result, complete), strange},
         {"with_an_object_that_is_cut_off", get,
-         frames(welcome, result, wire::ObjectFrame{ObjectType::String, "X", 5}, complete), strange},
+         frames(welcome, result, wire::ObjectFrame{ObjectType::string, "X", 5}, complete), strange},
         {"with_another_object_than_asked_for", get,
-         frames(welcome, result) + objectFrames(ObjectType::String, "Y", "y") + frames(complete), strange},
+         frames(welcome, result) + objectFrames(ObjectType::string, "Y", "y") + frames(complete), strange},
         {"without_the_object_that_was_asked_for", get, frames(welcome, result, complete), strange},
         {"without_an_object_that_may_be_missing", get + " VR_NO_ERROR=|YES|",
          frames(welcome, result, complete), ""},
         {"with_a_number_that_is_none", get,
-         frames(welcome, result) + objectFrames(ObjectType::Integer, "X", "twelve") + frames(complete),
+         frames(welcome, result) + objectFrames(ObjectType::integer, "X", "twelve") + frames(complete),
          strange},
         {"with_an_error_of_the_whole_request", nop, frames(welcome, errorOf(0), complete),
          "SYSTEM/STORAGE/101"},
@@ -228,13 +228,13 @@ std::vector<StrangeAnswer> strangeAnswers()
          [] {
              Frames many = frames(welcome, result);
              for (int i = 0; i < 65; ++i) {
-                 many += objectFrames(ObjectType::String, "O" + std::to_string(i), "");
+                 many += objectFrames(ObjectType::string, "O" + std::to_string(i), "");
              }
              return many + frames(complete);
          }(),
          strange},
         {"with_objects_that_are_too_large", "VR_PROC=|P|",
-         frames(welcome, result, wire::ObjectFrame{ObjectType::String, "X", 65537}, complete), strange},
+         frames(welcome, result, wire::ObjectFrame{ObjectType::string, "X", 65537}, complete), strange},
     };
 }
 
@@ -265,8 +265,8 @@ INSTANTIATE_TEST_SUITE_P(Table, AnswerOfAServer, testing::ValuesIn(strangeAnswer
 
 TEST(TravellingObjects, of_a_procedure_are_there_without_asking_again)
 {
-    const HttpPeer peer(always(frames(welcome, result) + objectFrames(wire::ObjectType::String, "S", "text") +
-                               objectFrames(wire::ObjectType::File, "F", "bytes") + frames(complete)));
+    const HttpPeer peer(always(frames(welcome, result) + objectFrames(wire::ObjectType::string, "S", "text") +
+                               objectFrames(wire::ObjectType::file, "F", "bytes") + frames(complete)));
     LibraryRequest request(plainConnection(peer.port()));
     ASSERT_TRUE(request.command("VR_PROC=|P|")) << request.description();
     EXPECT_TRUE(request.command("VR_CMD=|OBJECT:GET| NAME=|S|")) << request.description();
@@ -280,7 +280,7 @@ TEST(TravellingObjects, of_a_procedure_are_there_without_asking_again)
 
 TEST(TravellingObjects, that_make_no_sense_are_an_error_when_they_are_asked_for)
 {
-    const HttpPeer peer(always(frames(welcome, result) + objectFrames(wire::ObjectType::Integer, "I", "x") +
+    const HttpPeer peer(always(frames(welcome, result) + objectFrames(wire::ObjectType::integer, "I", "x") +
                                frames(complete)));
     LibraryRequest request(plainConnection(peer.port()));
     ASSERT_TRUE(request.command("VR_PROC=|P|")) << request.description();

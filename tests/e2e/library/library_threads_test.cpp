@@ -117,9 +117,9 @@ TEST_F(LibraryThreads, get_their_documents_stored_whole_where_connections_are_lo
 {
     std::vector<Fault> faults;
     for (std::uint64_t i = 0; i < 12; ++i) {
-        const Fault::Kind kind = i % 2 == 0 ? Fault::Kind::Cut : Fault::Kind::Reset;
+        const Fault::Kind kind = i % 2 == 0 ? Fault::Kind::cut : Fault::Kind::reset;
         faults.push_back(
-            {i % 3 == 2 ? Fault::Kind::None : kind, Fault::Way::ToServer, 100'000 + 20'000 * i, 0});
+            {i % 3 == 2 ? Fault::Kind::none : kind, Fault::Way::toServer, 100'000 + 20'000 * i, 0});
     }
     const FaultRelay relay(m_server.plainPort(), faults);
     const std::vector<Upload> uploads = uploadOnAllThreads(relay.port(), 3);

@@ -15,22 +15,22 @@ using Commands = std::vector<PassedCommand>;
 /// What else happens to an upload of which a queued command fails.
 enum class Line
 {
-    Good,
-    KnownLengths,   ///< no chunked body passes
-    AnswerLost,     ///< the answer that tells of the failure is lost once
-    AnswerLostTwice ///< and once more, so that the program hears of a network error
+    good,
+    knownLengths,   ///< no chunked body passes
+    answerLost,     ///< the answer that tells of the failure is lost once
+    answerLostTwice ///< and once more, so that the program hears of a network error
 };
 
 std::string nameOf(Line line)
 {
     switch (line) {
-    case Line::Good:
+    case Line::good:
         return "on_a_good_line";
-    case Line::KnownLengths:
+    case Line::knownLengths:
         return "in_bodies_of_known_length";
-    case Line::AnswerLost:
+    case Line::answerLost:
         return "with_a_lost_answer";
-    case Line::AnswerLostTwice:
+    case Line::answerLostTwice:
         return "with_two_lost_answers";
     }
     return {};
@@ -151,7 +151,7 @@ void QueueFailures::expectFailure(const Commands &commands, const PassedCommand 
     // A body of known length may have been full, so that a command that does not wait heard of it.
     const std::uint64_t waiting = nextWaiting(commands, culprit.number);
     std::set<std::string> told = {commands.at(waiting - 1).line};
-    for (std::uint64_t n = culprit.number + 1; GetParam() == Line::KnownLengths && n < waiting; ++n) {
+    for (std::uint64_t n = culprit.number + 1; GetParam() == Line::knownLengths && n < waiting; ++n) {
         told.insert(commands.at(n - 1).line);
     }
     EXPECT_EQ(told.count(print.failedCommand()), 1U) << print.failedCommand();
@@ -167,10 +167,10 @@ void QueueFailures::failOne(const Commands &commands, const PassedCommand &spoil
     const PassedCommand *culprit = culpritOf(commands, spoilt);
     MeddlingPeer peer(s_server->plainPort());
     peer.spoil(spoilt.number);
-    if (GetParam() == Line::KnownLengths) {
+    if (GetParam() == Line::knownLengths) {
         peer.refuseChunks();
-    } else if (GetParam() != Line::Good) {
-        peer.loseAnswersFrom(spoilt.number, GetParam() == Line::AnswerLost ? 1 : 2);
+    } else if (GetParam() != Line::good) {
+        peer.loseAnswersFrom(spoilt.number, GetParam() == Line::answerLost ? 1 : 2);
     }
     const std::size_t before = s_server->documents().size();
     {
@@ -222,6 +222,6 @@ TEST_P(QueueFailures, at_every_position_are_reported_once_and_for_all)
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, QueueFailures,
-                         testing::Values(Line::Good, Line::KnownLengths, Line::AnswerLost,
-                                         Line::AnswerLostTwice),
+                         testing::Values(Line::good, Line::knownLengths, Line::answerLost,
+                                         Line::answerLostTwice),
                          [](const auto &line) { return nameOf(line.param); });

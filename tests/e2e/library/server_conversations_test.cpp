@@ -38,10 +38,10 @@ std::string exchanged(int port, const std::string &body, bool isLost)
 
 void compare(const Exchange &exchange, const std::string &answer, Variables &variables)
 {
-    wire::FrameReader reader(wire::Direction::Answer);
+    wire::FrameReader reader(wire::Direction::answer);
     std::string_view piece = answer;
     for (const Line &line : exchange.answer) {
-        ASSERT_EQ(reader.take(piece), wire::FrameReader::Status::Frame)
+        ASSERT_EQ(reader.take(piece), wire::FrameReader::Status::frame)
             << "line " << line.number << " is missing";
         EXPECT_EQ(conversation::difference(line, reader.type(), reader.payload(), variables), "");
     }

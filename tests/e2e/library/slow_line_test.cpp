@@ -20,7 +20,7 @@ protected:
 
     SlowLine()
         : m_relay(m_server.plainPort(),
-                  std::vector<Fault>(4, Fault{Fault::Kind::Drip, Fault::Way::ToServer, 0, 10, 0, 500}),
+                  std::vector<Fault>(4, Fault{Fault::Kind::drip, Fault::Way::toServer, 0, 10, 0, 500}),
                   relayBuffer),
           m_path(m_folder.write("document", incompressibleText(blocks * blockBytes)))
     {}

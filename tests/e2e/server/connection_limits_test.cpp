@@ -228,7 +228,7 @@ TEST_F(ConnectionLimits, a_body_that_drips_frame_by_frame_is_too_slow)
     FrameClient client(m_server);
     const std::string id = openUpload(client);
     RequestText request = RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|F|");
-    request.add(wire::ObjectFrame{wire::ObjectType::File, "F", 65536});
+    request.add(wire::ObjectFrame{wire::ObjectType::file, "F", 65536});
     wire::appendDataHeader(request.text, 65536);
     const LoopbackSocket drip = LoopbackSocket::connection(m_server.plainPort());
     drip.send(postHead + "Content-Length: 1000000\r\n\r\n" + request.text);

@@ -52,7 +52,7 @@ protected:
     static AnswerText open(Client &client, const std::string &authorization, std::uint8_t nonce = 1)
     {
         wire::HelloFrame hello;
-        hello.lowestVersion = hello.highestVersion = wire::kVersion;
+        hello.lowestVersion = hello.highestVersion = wire::protocolVersion;
         hello.nonce.fill(nonce);
         hello.application = "upload";
         hello.singleSignOn = true;
@@ -61,7 +61,7 @@ protected:
         const httplib::Headers headers = authorization == noTicket
                                              ? httplib::Headers{}
                                              : httplib::Headers{{"Authorization", authorization}};
-        const auto response = client.Post("/vrc", headers, request.text, wire::kMediaType);
+        const auto response = client.Post("/vrc", headers, request.text, wire::mediaType);
         AnswerText answer;
         if (!response || response->status != 200) {
             answer.lines = {response ? std::to_string(response->status) : "none"};

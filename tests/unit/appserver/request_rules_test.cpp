@@ -35,11 +35,11 @@ TEST_F(RequestRules, frames_whose_contents_make_no_sense_are_a_malformed_request
 {
     using wire::FrameType;
     const std::string id = openUpload(++m_nonce);
-    for (const FrameType type : {FrameType::Hello, FrameType::Session}) {
+    for (const FrameType type : {FrameType::hello, FrameType::session}) {
         EXPECT_THAT(ask(withFrame(RequestText(), type, "\x01")).lines, Contains("X 0 SYSTEM/PROTOCOL/101"));
     }
     for (const FrameType type :
-         {FrameType::Command, FrameType::Object, FrameType::Data, FrameType::Query, FrameType::End}) {
+         {FrameType::command, FrameType::object, FrameType::data, FrameType::query, FrameType::end}) {
         EXPECT_THAT(ask(withFrame(RequestText().session(id), type, "\x01")).lines,
                     Contains("X 0 SYSTEM/PROTOCOL/101"))
             << static_cast<char>(type);
@@ -81,15 +81,15 @@ TEST_F(RequestRules, data_beyond_the_announced_object_is_a_malformed_request)
 {
     const std::string id = openUpload(++m_nonce);
     RequestText request = RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|B|");
-    request.add(wire::ObjectFrame{wire::ObjectType::File, "B", 3});
-    EXPECT_THAT(ask(withFrame(request, wire::FrameType::Data, "1234")).lines,
+    request.add(wire::ObjectFrame{wire::ObjectType::file, "B", 3});
+    EXPECT_THAT(ask(withFrame(request, wire::FrameType::data, "1234")).lines,
                 Contains("X 0 SYSTEM/PROTOCOL/101"));
     RequestText twice = RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|B|");
-    twice.add(wire::ObjectFrame{wire::ObjectType::File, "B", 3});
-    twice.add(wire::ObjectFrame{wire::ObjectType::File, "B", 3});
+    twice.add(wire::ObjectFrame{wire::ObjectType::file, "B", 3});
+    twice.add(wire::ObjectFrame{wire::ObjectType::file, "B", 3});
     EXPECT_THAT(ask(twice).lines, Contains("X 0 SYSTEM/PROTOCOL/101"));
     EXPECT_THAT(ask(withFrame(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|B|"),
-                              wire::FrameType::Data, "1234"))
+                              wire::FrameType::data, "1234"))
                     .lines,
                 Contains("X 0 SYSTEM/PROTOCOL/101"));
 }
@@ -178,7 +178,7 @@ TEST_F(RequestRules, a_malformed_queued_command_is_named_as_such)
 TEST_F(RequestRules, procedures_of_a_session_are_called_as_it_opens_and_ends)
 {
     wire::HelloFrame hello;
-    hello.lowestVersion = hello.highestVersion = wire::kVersion;
+    hello.lowestVersion = hello.highestVersion = wire::protocolVersion;
     hello.application = "upload";
     hello.openProcedure = "Nothing";
     hello.closeProcedure = "Nothing";
@@ -189,7 +189,7 @@ TEST_F(RequestRules, procedures_of_a_session_are_called_as_it_opens_and_ends)
 TEST_F(RequestRules, a_session_whose_opening_procedure_fails_does_not_open)
 {
     wire::HelloFrame hello;
-    hello.lowestVersion = hello.highestVersion = wire::kVersion;
+    hello.lowestVersion = hello.highestVersion = wire::protocolVersion;
     hello.application = "upload";
     hello.openProcedure = "Absent";
     const AnswerText answer = ask(RequestText().add(hello).command(1, login));
@@ -203,7 +203,7 @@ TEST_F(RequestRules, a_session_whose_opening_procedure_fails_does_not_open)
 TEST_F(RequestRules, a_session_ends_even_if_its_closing_procedure_fails)
 {
     wire::HelloFrame hello;
-    hello.lowestVersion = hello.highestVersion = wire::kVersion;
+    hello.lowestVersion = hello.highestVersion = wire::protocolVersion;
     hello.application = "upload";
     hello.closeProcedure = "Absent";
     const std::string id = ask(RequestText().add(hello)).session;
@@ -359,8 +359,8 @@ TEST_F(RequestRules, an_object_that_is_no_value_of_its_type_is_refused)
 {
     const std::string id = openUpload(++m_nonce);
     RequestText request = RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|N|");
-    request.add(wire::ObjectFrame{wire::ObjectType::Integer, "N", 3});
-    request = withFrame(request, wire::FrameType::Data, "abc").command(3, "VR_CMD=|MISC:NOP|");
+    request.add(wire::ObjectFrame{wire::ObjectType::integer, "N", 3});
+    request = withFrame(request, wire::FrameType::data, "abc").command(3, "VR_CMD=|MISC:NOP|");
     const AnswerText answer = ask(request);
     EXPECT_THAT(answer.lines, ElementsAre("X 2 SYSTEM/OBJECT/104", "R 3", "Z 3"));
     EXPECT_THAT(answer.errors, ElementsAre(HasSubstr("the object 'N' is malformed or exceeds a limit")));

@@ -152,7 +152,7 @@ TEST_F(Directory, fills_in_addresses_that_are_not_configured)
                 .hello("directory")
                 .command(1, "VR_PROC=|GetData| DIRECTORY=|bare| KEY=|Settings| ENTRIES=|Parameters|"));
     const auto list = std::get<wire::IndStringList>(
-        wire::decodeValue(wire::ObjectType::IndStringList, answer.data).value());
+        wire::decodeValue(wire::ObjectType::indStringList, answer.data).value());
     EXPECT_THAT(list, ElementsAre(wire::Field{"SERVER_UPLOAD_PORT", "4711"}, wire::Field{"EXTRA", "kept"},
                                   wire::Field{"SERVER_UPLOAD_ADDRESS", "print.example"},
                                   wire::Field{"SERVER_PORTAL_ADDRESS", "print.example"},
@@ -166,7 +166,7 @@ TEST_F(Directory, single_and_multiple_tunnel_services_come_from_the_profile)
         return std::string("VR_CMD=|OBJECT:GET| NAME=|") + name + "| VR_CONTAINER=|demo|";
     };
     const AnswerText table = ask(RequestText().session(id, 1).command(2, get("TUNNEL_SERVICES")));
-    const auto value = std::get<wire::Table>(wire::decodeValue(wire::ObjectType::Table, table.data).value());
+    const auto value = std::get<wire::Table>(wire::decodeValue(wire::ObjectType::table, table.data).value());
     EXPECT_EQ(wire::rowText(value, 1), "archive;Archive;long-term");
     EXPECT_EQ(wire::rowText(value, 2), "fax;Fax gateway;standard");
     EXPECT_EQ(ask(RequestText().session(id, 2).command(3, get("TUNNEL_SERVICE_NAME"))).data, "archive");

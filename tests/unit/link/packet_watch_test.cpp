@@ -21,7 +21,7 @@ std::vector<std::byte> segment(Direction direction, unsigned flags, std::string_
     std::vector<std::byte> packet(40);
     packet[0] = std::byte{0x45};
     packet[9] = std::byte{6};
-    const bool up = direction == Direction::Up;
+    const bool up = direction == Direction::up;
     const auto putShort = [&](std::size_t index, unsigned value) {
         packet[index] = static_cast<std::byte>(value >> 8U);
         packet[index + 1] = static_cast<std::byte>(value & 0xFFU);
@@ -43,12 +43,12 @@ class PacketWatchTest : public testing::Test
 protected:
     void up(unsigned flags, std::string_view data = {})
     {
-        watch.see(segment(Direction::Up, flags, data), Direction::Up);
+        watch.see(segment(Direction::up, flags, data), Direction::up);
     }
 
     void down(unsigned flags, std::string_view data = {})
     {
-        watch.see(segment(Direction::Down, flags, data), Direction::Down);
+        watch.see(segment(Direction::down, flags, data), Direction::down);
     }
 
     PacketWatch watch;
@@ -84,15 +84,15 @@ TEST_F(PacketWatchTest, a_turn_is_data_that_follows_data_of_the_other_end)
 
 TEST_F(PacketWatchTest, what_is_not_tcp_or_is_cut_short_is_not_counted)
 {
-    auto whole = segment(Direction::Up, synchronise);
+    auto whole = segment(Direction::up, synchronise);
     for (std::size_t length = 0; length < whole.size(); ++length) {
-        watch.see(std::span(whole).first(length), Direction::Up);
+        watch.see(std::span(whole).first(length), Direction::up);
     }
     auto longHeader = whole;
     longHeader[32] = std::byte{0xF0}; // says 60 bytes, has 20
-    watch.see(longHeader, Direction::Up);
+    watch.see(longHeader, Direction::up);
     whole[9] = std::byte{17};
-    watch.see(whole, Direction::Up);
+    watch.see(whole, Direction::up);
     EXPECT_EQ(watch.counters().connections, 0U);
 }
 

@@ -24,8 +24,8 @@ std::string value(const std::string &name, const wire::Value &content)
     return out;
 }
 
-const std::string kEnd = frames(wire::CompleteFrame{5});
-const std::string kResult = frames(wire::ResultFrame{5, "42"});
+const std::string endFrame = frames(wire::CompleteFrame{5});
+const std::string resultFrame = frames(wire::ResultFrame{5, "42"});
 
 // Commands 3 to 5, the last of which waits.
 Expectation waiting()
@@ -52,7 +52,7 @@ Expectation calling()
 
 wire::ErrorFrame errorOf(std::uint64_t number)
 {
-    return {number, wire::makeError(wire::errors::UnknownUser)};
+    return {number, wire::makeError(wire::errors::unknownUser)};
 }
 
 // 0: the answer was taken; else the code of LOCAL/REQUEST.
@@ -73,7 +73,7 @@ std::uint32_t codeFor(const Expectation &expectation, const std::string &bytes)
 TEST(AnswerReader, tells_result_and_acknowledgement)
 {
     AnswerReader reader(waiting());
-    reader.take(frames(wire::AcknowledgedFrame{4}) + kResult + kEnd);
+    reader.take(frames(wire::AcknowledgedFrame{4}) + resultFrame + endFrame);
     reader.finish();
     EXPECT_EQ(reader.answer().result, "42");
     EXPECT_EQ(reader.answer().acknowledged, 4U);
@@ -83,7 +83,7 @@ TEST(AnswerReader, tells_result_and_acknowledgement)
 TEST(AnswerReader, tells_the_failure_of_a_queued_command_from_that_of_the_waiting_one)
 {
     AnswerReader reader(waiting());
-    reader.take(frames(errorOf(4), errorOf(5)) + kEnd);
+    reader.take(frames(errorOf(4), errorOf(5)) + endFrame);
     reader.finish();
     EXPECT_TRUE(reader.answer().queuedError);
     EXPECT_TRUE(reader.answer().error);
@@ -93,7 +93,7 @@ TEST(AnswerReader, tells_the_failure_of_a_queued_command_from_that_of_the_waitin
 TEST(AnswerReader, takes_a_fetched_object)
 {
     AnswerReader reader(fetching());
-    reader.take(kResult + value("F", std::string(100'000, 'x')) + kEnd);
+    reader.take(resultFrame + value("F", std::string(100'000, 'x')) + endFrame);
     ASSERT_EQ(reader.answer().objects.size(), 1U);
     EXPECT_EQ(reader.answer().objects[0].bytes.size(), 100'000U);
 }
@@ -123,40 +123,41 @@ std::vector<AnswerCase> answerCases()
     const wire::WelcomeFrame welcome{1, "abc", 1800, true};
     return {
         {"nothing", waiting(), "", 104},
-        {"cut_in_a_frame", waiting(), kResult.substr(0, 9), 104},
-        {"cut_before_the_end", waiting(), kResult, 104},
+        {"cut_in_a_frame", waiting(), resultFrame.substr(0, 9), 104},
+        {"cut_before_the_end", waiting(), resultFrame, 104},
         {"html", waiting(), "<html><title>Log in</title></html>", 131},
-        {"more_after_the_end", waiting(), kResult + kEnd + kEnd, 131},
+        {"more_after_the_end", waiting(), resultFrame + endFrame + endFrame, 131},
         {"a_frame_of_requests", waiting(), frames(wire::QueryFrame{"x"}), 131},
-        {"a_result_of_another", waiting(), frames(wire::ResultFrame{4, ""}) + kEnd, 131},
-        {"two_results", waiting(), kResult + kResult + kEnd, 131},
-        {"an_error_after_the_result", waiting(), kResult + frames(errorOf(5)) + kEnd, 131},
-        {"an_error_of_another", waiting(), frames(errorOf(6)) + kEnd, 131},
-        {"endless_errors", waiting(), frames(errorOf(3), errorOf(4)) + kEnd, 131},
-        {"an_acknowledgement_of_another", waiting(), frames(wire::AcknowledgedFrame{6}) + kEnd, 131},
+        {"a_result_of_another", waiting(), frames(wire::ResultFrame{4, ""}) + endFrame, 131},
+        {"two_results", waiting(), resultFrame + resultFrame + endFrame, 131},
+        {"an_error_after_the_result", waiting(), resultFrame + frames(errorOf(5)) + endFrame, 131},
+        {"an_error_of_another", waiting(), frames(errorOf(6)) + endFrame, 131},
+        {"endless_errors", waiting(), frames(errorOf(3), errorOf(4)) + endFrame, 131},
+        {"an_acknowledgement_of_another", waiting(), frames(wire::AcknowledgedFrame{6}) + endFrame, 131},
         {"an_acknowledgement_twice", waiting(),
          frames(wire::AcknowledgedFrame{3}, wire::AcknowledgedFrame{3}), 131},
-        {"progress_unasked", waiting(), frames(wire::ProgressFrame{3, {}}) + kEnd, 131},
-        {"progress", query, frames(wire::ProgressFrame{3, {}}) + kEnd, 0},
-        {"welcome", hello, frames(welcome) + kResult + kEnd, 0},
-        {"welcome_unasked", waiting(), frames(welcome) + kResult + kEnd, 131},
+        {"progress_unasked", waiting(), frames(wire::ProgressFrame{3, {}}) + endFrame, 131},
+        {"progress", query, frames(wire::ProgressFrame{3, {}}) + endFrame, 0},
+        {"welcome", hello, frames(welcome) + resultFrame + endFrame, 0},
+        {"welcome_unasked", waiting(), frames(welcome) + resultFrame + endFrame, 131},
         {"welcome_twice", hello, frames(welcome, welcome), 131},
         {"welcome_to_another_version", hello, frames(wire::WelcomeFrame{2, "abc", 1, true}), 131},
         {"a_session_that_breaks_addresses", hello, frames(wire::WelcomeFrame{1, "a&CTRL=", 1, true}), 131},
-        {"no_welcome", hello, kResult + kEnd, 131},
-        {"an_object_unasked", waiting(), kResult + value("F", std::string("x")) + kEnd, 131},
-        {"an_object_before_its_result", fetching(), value("F", std::string("x")) + kResult + kEnd, 131},
-        {"another_object", fetching(), kResult + value("G", std::string("x")) + kEnd, 131},
-        {"an_object_twice", fetching(), kResult + value("F", std::string("x")) + value("F", std::string("x")),
+        {"no_welcome", hello, resultFrame + endFrame, 131},
+        {"an_object_unasked", waiting(), resultFrame + value("F", std::string("x")) + endFrame, 131},
+        {"an_object_before_its_result", fetching(), value("F", std::string("x")) + resultFrame + endFrame,
          131},
+        {"another_object", fetching(), resultFrame + value("G", std::string("x")) + endFrame, 131},
+        {"an_object_twice", fetching(),
+         resultFrame + value("F", std::string("x")) + value("F", std::string("x")), 131},
         {"an_object_cut_off", fetching(),
-         kResult + value("F", std::string(70'000, 'x')).substr(0, 65559) + kEnd, 131},
-        {"too_much_data", fetching(), kResult + value("F", std::string("x")) + std::string("D\0\0\0\1x", 6),
-         131},
+         resultFrame + value("F", std::string(70'000, 'x')).substr(0, 65559) + endFrame, 131},
+        {"too_much_data", fetching(),
+         resultFrame + value("F", std::string("x")) + std::string("D\0\0\0\1x", 6), 131},
         {"travelling_objects", calling(),
-         kResult + value("A", std::string("x")) + value("B", std::int64_t{1}) + kEnd, 0},
+         resultFrame + value("A", std::string("x")) + value("B", std::int64_t{1}) + endFrame, 0},
         {"travelling_objects_that_are_too_large", calling(),
-         kResult + value("A", std::string(65'536, 'x')) + value("B", std::int64_t{1}) + kEnd, 131},
+         resultFrame + value("A", std::string(65'536, 'x')) + value("B", std::int64_t{1}) + endFrame, 131},
     };
 }
 

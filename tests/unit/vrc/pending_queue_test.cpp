@@ -20,19 +20,19 @@ QueuedCommand command(Kind kind, std::uint64_t number, const std::string &name)
 
 QueuedCommand removal(std::uint64_t number)
 {
-    return command(Kind::Remove, number, "B");
+    return command(Kind::remove, number, "B");
 }
 
 QueuedCommand sending(std::uint64_t number, std::uint64_t offset, std::uint64_t bytes)
 {
-    QueuedCommand send = command(Kind::Send, number, "B");
+    QueuedCommand send = command(Kind::send, number, "B");
     send.slice = {"/doc", offset, bytes};
     return send;
 }
 
 QueuedCommand appending(std::uint64_t number, std::uint64_t offset)
 {
-    QueuedCommand append = command(Kind::Append, number, "R");
+    QueuedCommand append = command(Kind::append, number, "R");
     append.sourceName = "B";
     append.offset = offset;
     return append;
@@ -40,7 +40,7 @@ QueuedCommand appending(std::uint64_t number, std::uint64_t offset)
 
 QueuedCommand kept(std::uint64_t number, const std::string &name, std::size_t bytes = 10)
 {
-    QueuedCommand other = command(Kind::Kept, number, name);
+    QueuedCommand other = command(Kind::kept, number, name);
     other.frames.assign(bytes, 'k');
     return other;
 }
@@ -51,13 +51,13 @@ std::string textAfter(const PendingQueue &queue, std::uint64_t number)
     std::string text;
     queue.forEachAfter(number, [&text](const QueuedCommand &command) {
         text += (text.empty() ? "" : " ") + std::to_string(command.number);
-        text += command.kind == Kind::Remove ? "R"
-                : command.kind == Kind::Send
+        text += command.kind == Kind::remove ? "R"
+                : command.kind == Kind::send
                     ? "S" + std::to_string(command.slice.offset) + "+" + std::to_string(command.slice.bytes)
                     : "A" + std::to_string(command.offset);
-        EXPECT_EQ(command.name, command.kind == Kind::Append ? "R" : "B");
-        EXPECT_TRUE(command.kind != Kind::Append || command.sourceName == "B");
-        EXPECT_TRUE(command.kind != Kind::Send || command.slice.path == "/doc");
+        EXPECT_EQ(command.name, command.kind == Kind::append ? "R" : "B");
+        EXPECT_TRUE(command.kind != Kind::append || command.sourceName == "B");
+        EXPECT_TRUE(command.kind != Kind::send || command.slice.path == "/doc");
     });
     return text;
 }
@@ -170,7 +170,7 @@ TEST(PendingQueue, other_commands_stand_between_the_blocks_as_they_were_sent)
     queue.add(kept(4, ""));
     std::string kinds;
     queue.forEachAfter(0, [&kinds](const QueuedCommand &command) {
-        kinds += command.kind == Kind::Kept ? "K" + std::to_string(command.frames.size()) : ".";
+        kinds += command.kind == Kind::kept ? "K" + std::to_string(command.frames.size()) : ".";
     });
     EXPECT_EQ(kinds, "K10..K10");
 }

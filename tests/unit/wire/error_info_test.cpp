@@ -52,10 +52,10 @@ TEST(ErrorInfo, the_page_and_the_code_know_the_same_errors)
 
 TEST(ErrorInfo, the_meaning_stands_in_for_a_missing_description)
 {
-    EXPECT_EQ(wire::makeError(wire::errors::UnknownUser).description, "unknown user");
-    const wire::ErrorInfo error = wire::makeError(wire::errors::UnknownUser, "who?", "details");
+    EXPECT_EQ(wire::makeError(wire::errors::unknownUser).description, "unknown user");
+    const wire::ErrorInfo error = wire::makeError(wire::errors::unknownUser, "who?", "details");
     EXPECT_EQ(error.description, "who?");
     EXPECT_EQ(error.info, "details");
-    EXPECT_TRUE(wire::isError(error, wire::errors::UnknownUser));
-    EXPECT_FALSE(wire::isError(error, wire::errors::WrongPassword));
+    EXPECT_TRUE(wire::isError(error, wire::errors::unknownUser));
+    EXPECT_FALSE(wire::isError(error, wire::errors::wrongPassword));
 }

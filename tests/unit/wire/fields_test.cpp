@@ -33,7 +33,7 @@ TEST(Fields, blanks_may_repeat_and_end_the_line)
 {
     const auto command = parsed(" VR_PROC=|ProcessFile|   QUEUE=||  ");
     ASSERT_TRUE(command);
-    EXPECT_EQ(command->verb, Verb::Procedure);
+    EXPECT_EQ(command->verb, Verb::procedure);
     EXPECT_EQ(command->name, "ProcessFile");
     EXPECT_EQ(command->arguments, (std::vector<Field>{{"QUEUE", ""}}));
 }
@@ -57,7 +57,7 @@ TEST(Fields, the_session_close_has_no_name)
 {
     const auto command = parsed("VR_CLOSE_SESSION=|YES|");
     ASSERT_TRUE(command);
-    EXPECT_EQ(command->verb, Verb::CloseSession);
+    EXPECT_EQ(command->verb, Verb::closeSession);
     EXPECT_EQ(command->name, "");
 }
 
@@ -83,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P(Table, MalformedLine,
 TEST(Fields, a_line_of_one_mebibyte_is_the_longest)
 {
     std::string line = "VR_CMD=|A| VALUE=|";
-    line.append(wire::kMaxCommandBytes - line.size() - 1, 'x').append("|");
+    line.append(wire::maxCommandBytes - line.size() - 1, 'x').append("|");
     EXPECT_TRUE(parsed(line));
     std::string problem;
     EXPECT_FALSE(wire::parseCommand(line + " ", problem));

@@ -21,7 +21,7 @@ std::string encoded(const Frame &frame)
 
 std::string_view payloadOf(std::string_view frame)
 {
-    return frame.substr(wire::kFrameHeaderBytes);
+    return frame.substr(wire::frameHeaderBytes);
 }
 
 } // namespace
@@ -83,7 +83,7 @@ TEST(Frames, the_others_come_back_as_they_went)
     EXPECT_EQ(session->id, "id");
     EXPECT_EQ(session->acknowledged, 9U);
     const auto object =
-        wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::File, "F", 70000})));
+        wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::file, "F", 70000})));
     ASSERT_TRUE(object);
     EXPECT_EQ(object->bytes, 70000U);
     EXPECT_EQ(wire::decodeQuery(payloadOf(encoded(wire::QueryFrame{"F"})))->objectName, "F");
@@ -94,7 +94,7 @@ TEST(Frames, the_others_come_back_as_they_went)
     EXPECT_EQ(wire::decodeResult(payloadOf(encoded(wire::ResultFrame{3, "42"})))->text, "42");
     EXPECT_EQ(wire::decodeAcknowledged(payloadOf(encoded(wire::AcknowledgedFrame{5})))->number, 5U);
     EXPECT_EQ(wire::decodeComplete(payloadOf(encoded(wire::CompleteFrame{5})))->lastNumber, 5U);
-    const wire::ErrorInfo error = wire::makeError(wire::errors::UnknownUser, "nobody", "info");
+    const wire::ErrorInfo error = wire::makeError(wire::errors::unknownUser, "nobody", "info");
     EXPECT_EQ(wire::decodeError(payloadOf(encoded(wire::ErrorFrame{0, error})))->error, error);
     EXPECT_EQ(wire::decodeProgress(payloadOf(encoded(wire::ProgressFrame{5, 0})))->objectBytes, 0U);
     EXPECT_FALSE(wire::decodeProgress(payloadOf(encoded(wire::ProgressFrame{5, std::nullopt})))->objectBytes);
@@ -133,7 +133,7 @@ TEST(Frames, every_decoder_refuses_missing_and_left_over_bytes)
                 false);
     refusesCuts(encoded(wire::SessionFrame{1, "id", 9}), wire::decodeSession, false);
     refusesCuts(encoded(wire::CommandFrame{1, false, {}, {}, "x"}), wire::decodeCommand, true);
-    refusesCuts(encoded(wire::ObjectFrame{wire::ObjectType::String, "F", 1}), wire::decodeObject, false);
+    refusesCuts(encoded(wire::ObjectFrame{wire::ObjectType::string, "F", 1}), wire::decodeObject, false);
     refusesCuts(encoded(wire::QueryFrame{"F"}), wire::decodeQuery, false);
     refusesCuts(encoded(wire::WelcomeFrame{1, "id", 1, false}), wire::decodeWelcome, false);
     refusesCuts(encoded(wire::ResultFrame{1, "x"}), wire::decodeResult, true);
@@ -146,14 +146,14 @@ TEST(Frames, every_decoder_refuses_missing_and_left_over_bytes)
 TEST(Frames, contradictions_within_a_frame_are_refused)
 {
     const auto changed = [](std::string bytes, std::size_t at, char value) {
-        bytes.at(wire::kFrameHeaderBytes + at) = value;
+        bytes.at(wire::frameHeaderBytes + at) = value;
         return bytes;
     };
     const std::string hello = encoded(wire::HelloFrame{1, 2, {}, "a", "", "", "", "", true});
     EXPECT_TRUE(wire::decodeHello(payloadOf(hello)));
     EXPECT_FALSE(wire::decodeHello(payloadOf(changed(hello, 1, 3))))
         << "the lowest version is above the highest";
-    EXPECT_FALSE(wire::decodeHello(payloadOf(changed(hello, hello.size() - wire::kFrameHeaderBytes - 1, 2))))
+    EXPECT_FALSE(wire::decodeHello(payloadOf(changed(hello, hello.size() - wire::frameHeaderBytes - 1, 2))))
         << "a flag that nobody knows";
 
     const std::string command = encoded(wire::CommandFrame{1, true, {}, {}, "x"});
@@ -165,13 +165,13 @@ TEST(Frames, contradictions_within_a_frame_are_refused)
         << "an offset without its flag";
     EXPECT_FALSE(wire::decodeCommand(payloadOf(changed(command, flags + 9, 1)))) << "a hash without its flag";
     EXPECT_TRUE(wire::decodeCommand(
-        payloadOf(encoded(wire::CommandFrame{1, false, {}, {}, std::string(wire::kMaxCommandBytes, 'x')}))));
+        payloadOf(encoded(wire::CommandFrame{1, false, {}, {}, std::string(wire::maxCommandBytes, 'x')}))));
     EXPECT_FALSE(wire::decodeCommand(payloadOf(
-        encoded(wire::CommandFrame{1, false, {}, {}, std::string(wire::kMaxCommandBytes + 1, 'x')}))));
+        encoded(wire::CommandFrame{1, false, {}, {}, std::string(wire::maxCommandBytes + 1, 'x')}))));
 
     const std::string welcome = encoded(wire::WelcomeFrame{1, "id", 1800, false});
     EXPECT_FALSE(
-        wire::decodeWelcome(payloadOf(changed(welcome, welcome.size() - wire::kFrameHeaderBytes - 1, 2))));
+        wire::decodeWelcome(payloadOf(changed(welcome, welcome.size() - wire::frameHeaderBytes - 1, 2))));
     EXPECT_FALSE(wire::decodeWelcome(payloadOf(encoded(wire::WelcomeFrame{1, "", 1800, false}))));
     EXPECT_FALSE(wire::decodeResult(payloadOf(encoded(wire::ResultFrame{0, "x"}))));
     EXPECT_FALSE(wire::decodeResult(payloadOf(encoded(wire::ResultFrame{1, "\xff"}))));
@@ -181,12 +181,12 @@ TEST(Frames, contradictions_within_a_frame_are_refused)
 TEST(Frames, objects_beyond_the_limits_are_refused)
 {
     EXPECT_TRUE(
-        wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::File, "F", 0x7fffffff}))));
+        wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::file, "F", 0x7fffffff}))));
     EXPECT_FALSE(
-        wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::File, "F", 0x80000000}))));
+        wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::file, "F", 0x80000000}))));
     EXPECT_FALSE(wire::decodeObject(
-        payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::String, "F", wire::kMaxValueBytes + 1}))));
-    EXPECT_FALSE(wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::String, "", 1}))));
+        payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::string, "F", wire::maxValueBytes + 1}))));
+    EXPECT_FALSE(wire::decodeObject(payloadOf(encoded(wire::ObjectFrame{wire::ObjectType::string, "", 1}))));
 }
 
 TEST(FrameReader, takes_frames_from_pieces_of_any_size)
@@ -195,18 +195,18 @@ TEST(FrameReader, takes_frames_from_pieces_of_any_size)
         encoded(wire::SessionFrame{1, "id", 0}) + encoded(wire::CommandFrame{1, false, {}, {}, "x"});
     wire::appendEnd(body);
     for (std::size_t pieceBytes = 1; pieceBytes <= body.size(); ++pieceBytes) {
-        FrameReader reader(Direction::Request);
+        FrameReader reader(Direction::request);
         std::string letters;
         std::size_t payloadBytes = 0;
         for (std::size_t at = 0; at < body.size(); at += pieceBytes) {
             std::string_view piece = std::string_view(body).substr(at, pieceBytes);
-            while (!piece.empty() && reader.take(piece) == FrameReader::Status::Frame) {
+            while (!piece.empty() && reader.take(piece) == FrameReader::Status::frame) {
                 letters.push_back(static_cast<char>(reader.type()));
                 payloadBytes += reader.payload().size();
             }
         }
         EXPECT_EQ(letters, "SCE");
-        EXPECT_EQ(payloadBytes + 3 * wire::kFrameHeaderBytes, body.size());
+        EXPECT_EQ(payloadBytes + 3 * wire::frameHeaderBytes, body.size());
         EXPECT_TRUE(reader.isBetweenFrames());
     }
 }
@@ -215,9 +215,9 @@ TEST(FrameReader, knows_that_a_body_ends_inside_a_frame)
 {
     const std::string body = encoded(wire::CompleteFrame{1});
     for (std::size_t bytes = 1; bytes < body.size(); ++bytes) {
-        FrameReader reader(Direction::Answer);
+        FrameReader reader(Direction::answer);
         std::string_view piece = std::string_view(body).substr(0, bytes);
-        EXPECT_EQ(reader.take(piece), FrameReader::Status::NeedsMore);
+        EXPECT_EQ(reader.take(piece), FrameReader::Status::needsMore);
         EXPECT_FALSE(reader.isBetweenFrames()) << bytes;
     }
 }
@@ -226,13 +226,13 @@ TEST(FrameReader, refuses_what_does_not_belong)
 {
     for (const std::string_view body :
          {"<html>"sv, "R\0\0\0\1x"sv, "D\0\1\0\1"sv, "D\0\0\0\0"sv, "E\0\0\0\1x"sv, "C\xff\xff\xff\xff"sv}) {
-        FrameReader reader(Direction::Request);
+        FrameReader reader(Direction::request);
         std::string_view piece = body;
-        EXPECT_EQ(reader.take(piece), FrameReader::Status::Malformed) << body;
-        EXPECT_EQ(reader.take(piece), FrameReader::Status::Malformed) << "and stays so";
+        EXPECT_EQ(reader.take(piece), FrameReader::Status::malformed) << body;
+        EXPECT_EQ(reader.take(piece), FrameReader::Status::malformed) << "and stays so";
         EXPECT_FALSE(reader.isBetweenFrames());
     }
-    FrameReader answers(Direction::Answer);
+    FrameReader answers(Direction::answer);
     std::string_view piece = "R\0\x20\0\1"sv;
-    EXPECT_EQ(answers.take(piece), FrameReader::Status::Malformed) << "a payload of more than 2 MiB";
+    EXPECT_EQ(answers.take(piece), FrameReader::Status::malformed) << "a payload of more than 2 MiB";
 }

@@ -50,34 +50,34 @@ TEST_P(ObjectBytes, that_make_no_sense_are_refused)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, ObjectBytes,
-                         testing::Values(BadBytesCase{ObjectType::String, "\xff"},
-                                         BadBytesCase{ObjectType::Integer, ""},
-                                         BadBytesCase{ObjectType::Integer, "1x"},
-                                         BadBytesCase{ObjectType::Integer, "99999999999999999999"},
-                                         BadBytesCase{ObjectType::StringList, "\0\0\0\5a"s},
-                                         BadBytesCase{ObjectType::StringList, "\xff\xff\xff\xff"},
-                                         BadBytesCase{ObjectType::StringList, std::string(4 * 10001, '\0')},
-                                         BadBytesCase{ObjectType::IndStringList, "\0\0\0\1k"s},
-                                         BadBytesCase{ObjectType::Table, ""},
-                                         BadBytesCase{ObjectType::Table, "\0\0\0\2\0\0\0\1a"s},
-                                         BadBytesCase{ObjectType::Table, "\0\0\0\0\0\0\0\1a"s},
-                                         BadBytesCase{ObjectType::Table, "\0\0\0\x41"s},
-                                         BadBytesCase{ObjectType::File, ""}));
+                         testing::Values(BadBytesCase{ObjectType::string, "\xff"},
+                                         BadBytesCase{ObjectType::integer, ""},
+                                         BadBytesCase{ObjectType::integer, "1x"},
+                                         BadBytesCase{ObjectType::integer, "99999999999999999999"},
+                                         BadBytesCase{ObjectType::stringList, "\0\0\0\5a"s},
+                                         BadBytesCase{ObjectType::stringList, "\xff\xff\xff\xff"},
+                                         BadBytesCase{ObjectType::stringList, std::string(4 * 10001, '\0')},
+                                         BadBytesCase{ObjectType::indStringList, "\0\0\0\1k"s},
+                                         BadBytesCase{ObjectType::table, ""},
+                                         BadBytesCase{ObjectType::table, "\0\0\0\2\0\0\0\1a"s},
+                                         BadBytesCase{ObjectType::table, "\0\0\0\0\0\0\0\1a"s},
+                                         BadBytesCase{ObjectType::table, "\0\0\0\x41"s},
+                                         BadBytesCase{ObjectType::file, ""}));
 
 TEST(Objects, lists_hold_ten_thousand_entries)
 {
     EXPECT_TRUE(wire::isWithinLimits(wire::StringList(10000)));
     EXPECT_FALSE(wire::isWithinLimits(wire::StringList(10001)));
-    EXPECT_TRUE(wire::decodeValue(ObjectType::StringList, std::string(4 * 10000, '\0')));
+    EXPECT_TRUE(wire::decodeValue(ObjectType::stringList, std::string(4 * 10000, '\0')));
     EXPECT_FALSE(wire::isWithinLimits(wire::IndStringList(10001)));
     EXPECT_FALSE(wire::isWithinLimits(wire::Table{1, wire::StringList(10001)}));
 }
 
 TEST(Objects, texts_and_whole_lists_are_bounded)
 {
-    EXPECT_TRUE(wire::isWithinLimits(std::string(wire::kMaxTextBytes, 'x')));
-    EXPECT_FALSE(wire::isWithinLimits(std::string(wire::kMaxTextBytes + 1, 'x')));
-    EXPECT_FALSE(wire::isWithinLimits(wire::StringList(17, std::string(wire::kMaxTextBytes, 'x'))));
+    EXPECT_TRUE(wire::isWithinLimits(std::string(wire::maxTextBytes, 'x')));
+    EXPECT_FALSE(wire::isWithinLimits(std::string(wire::maxTextBytes + 1, 'x')));
+    EXPECT_FALSE(wire::isWithinLimits(wire::StringList(17, std::string(wire::maxTextBytes, 'x'))));
 }
 
 TEST(Objects, a_row_is_its_cells_joined_by_semicolons)
@@ -98,7 +98,7 @@ TEST(Objects, types_have_names_and_numbers)
         ASSERT_TRUE(type);
         EXPECT_EQ(wire::typeFromName(wire::typeName(*type)), type);
     }
-    EXPECT_EQ(wire::typeFromName("INDSTRINGLIST"), ObjectType::IndStringList);
+    EXPECT_EQ(wire::typeFromName("INDSTRINGLIST"), ObjectType::indStringList);
     EXPECT_FALSE(wire::typeFromName("string"));
     EXPECT_FALSE(wire::typeFromNumber(0));
     EXPECT_FALSE(wire::typeFromNumber(7));
@@ -106,7 +106,7 @@ TEST(Objects, types_have_names_and_numbers)
 
 TEST(Objects, every_text_of_a_value_is_bounded)
 {
-    const std::string longest(wire::kMaxTextBytes, 'x');
+    const std::string longest(wire::maxTextBytes, 'x');
     const std::string tooLong = longest + "x";
     EXPECT_TRUE(wire::isWithinLimits(wire::StringList{longest}));
     EXPECT_FALSE(wire::isWithinLimits(wire::StringList{"a", tooLong}));
@@ -122,22 +122,22 @@ TEST(Objects, every_text_of_a_value_is_bounded)
 
 TEST(Objects, bytes_beyond_the_limits_are_no_value)
 {
-    EXPECT_TRUE(wire::decodeValue(ObjectType::String, std::string(wire::kMaxTextBytes, 'x')));
-    EXPECT_FALSE(wire::decodeValue(ObjectType::String, std::string(wire::kMaxTextBytes + 1, 'x')));
-    EXPECT_FALSE(wire::decodeValue(ObjectType::StringList, std::string(wire::kMaxValueBytes + 4, '\0')));
-    EXPECT_FALSE(wire::decodeValue(ObjectType::StringList, std::string(4 * 10001, '\0')));
-    EXPECT_TRUE(wire::decodeValue(ObjectType::IndStringList, std::string(8 * 10000, '\0')));
-    EXPECT_FALSE(wire::decodeValue(ObjectType::IndStringList, std::string(8 * 10001, '\0')));
-    EXPECT_TRUE(wire::decodeValue(ObjectType::Table, "\0\0\0\1"s + std::string(4 * 10000, '\0')));
-    EXPECT_FALSE(wire::decodeValue(ObjectType::Table, "\0\0\0\1"s + std::string(4 * 10001, '\0')));
-    EXPECT_FALSE(wire::decodeValue(ObjectType::StringList, "\0\0\0\2\xff\xff"s)) << "no UTF-8";
+    EXPECT_TRUE(wire::decodeValue(ObjectType::string, std::string(wire::maxTextBytes, 'x')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::string, std::string(wire::maxTextBytes + 1, 'x')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::stringList, std::string(wire::maxValueBytes + 4, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::stringList, std::string(4 * 10001, '\0')));
+    EXPECT_TRUE(wire::decodeValue(ObjectType::indStringList, std::string(8 * 10000, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::indStringList, std::string(8 * 10001, '\0')));
+    EXPECT_TRUE(wire::decodeValue(ObjectType::table, "\0\0\0\1"s + std::string(4 * 10000, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::table, "\0\0\0\1"s + std::string(4 * 10001, '\0')));
+    EXPECT_FALSE(wire::decodeValue(ObjectType::stringList, "\0\0\0\2\xff\xff"s)) << "no UTF-8";
 }
 
 TEST(Objects, a_new_object_of_every_type_is_empty)
 {
-    EXPECT_EQ(wire::emptyValue(ObjectType::String), Value(std::string()));
-    EXPECT_EQ(wire::emptyValue(ObjectType::Integer), Value(std::int64_t{0}));
-    EXPECT_EQ(wire::emptyValue(ObjectType::StringList), Value(wire::StringList{}));
-    EXPECT_EQ(wire::emptyValue(ObjectType::IndStringList), Value(wire::IndStringList{}));
-    EXPECT_EQ(wire::emptyValue(ObjectType::Table), Value(wire::Table{}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::string), Value(std::string()));
+    EXPECT_EQ(wire::emptyValue(ObjectType::integer), Value(std::int64_t{0}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::stringList), Value(wire::StringList{}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::indStringList), Value(wire::IndStringList{}));
+    EXPECT_EQ(wire::emptyValue(ObjectType::table), Value(wire::Table{}));
 }

@@ -49,11 +49,12 @@ void answerCommand(std::string &frames, const wire::CommandFrame &command, const
 std::string answerTo(std::string_view request, const Sayings &sayings, std::uint64_t &last)
 {
     std::string frames;
-    wire::FrameReader reader(wire::Direction::Request);
-    while (!request.empty() && reader.take(request) == wire::FrameReader::Status::Frame) {
-        if (reader.type() == wire::FrameType::Hello) {
-            wire::append(frames, wire::WelcomeFrame{wire::kVersion, std::string(64, 'a'), 1800, false});
-        } else if (reader.type() == wire::FrameType::Command) {
+    wire::FrameReader reader(wire::Direction::request);
+    while (!request.empty() && reader.take(request) == wire::FrameReader::Status::frame) {
+        if (reader.type() == wire::FrameType::hello) {
+            wire::append(frames,
+                         wire::WelcomeFrame{wire::protocolVersion, std::string(64, 'a'), 1800, false});
+        } else if (reader.type() == wire::FrameType::command) {
             const auto command = wire::decodeCommand(reader.payload());
             last = command->number;
             answerCommand(frames, *command, sayings);
@@ -85,8 +86,8 @@ void sayForEver(const LoopbackSocket &socket, const std::string &beginning, cons
 std::string dataFrame()
 {
     std::string frame;
-    wire::appendDataHeader(frame, wire::kMaxDataBytes);
-    return frame + std::string(wire::kMaxDataBytes, 'x');
+    wire::appendDataHeader(frame, wire::maxDataBytes);
+    return frame + std::string(wire::maxDataBytes, 'x');
 }
 
 /// The directory of a printer, over TLS and with a certificate that is trusted, and the real program.
@@ -173,7 +174,7 @@ TEST_F(HostileDirectory, a_list_without_end_ends_the_send)
         sendTo([&](const std::string &request, const LoopbackSocket &socket) {
             std::uint64_t last = 0;
             std::string frames = answerTo(request, {}, last);
-            wire::append(frames, wire::ObjectFrame{wire::ObjectType::IndStringList, "parameters", bytes});
+            wire::append(frames, wire::ObjectFrame{wire::ObjectType::indStringList, "parameters", bytes});
             sayForEver(socket, frames, dataFrame());
         });
     }
@@ -186,7 +187,7 @@ TEST_F(HostileDirectory, objects_and_results_without_end_end_the_send)
     std::string result;
     wire::append(result, wire::ResultFrame{1, std::string(100'000, 'r')});
     std::string file;
-    wire::append(file, wire::ObjectFrame{wire::ObjectType::File, "parameters", 0});
+    wire::append(file, wire::ObjectFrame{wire::ObjectType::file, "parameters", 0});
     for (const std::string &repeated : {object, result, file}) {
         sendTo([&](const std::string &request, const LoopbackSocket &socket) {
             std::uint64_t last = 0;
@@ -216,11 +217,11 @@ TEST_F(HostileDirectory, counts_of_any_size_end_the_send)
     };
     using wire::ObjectType;
     const std::pair<ObjectType, std::string> objects[] = {
-        {ObjectType::IndStringList, number(0xFFFFFFFF) + "KEY"},
-        {ObjectType::Table, number(0xFFFFFFFF) + number(1) + "c"},
-        {ObjectType::Table, number(0) + number(1) + "c"},
-        {ObjectType::Integer, "9223372036854775808"},
-        {ObjectType::StringList, number(0x7FFFFFFF)},
+        {ObjectType::indStringList, number(0xFFFFFFFF) + "KEY"},
+        {ObjectType::table, number(0xFFFFFFFF) + number(1) + "c"},
+        {ObjectType::table, number(0) + number(1) + "c"},
+        {ObjectType::integer, "9223372036854775808"},
+        {ObjectType::stringList, number(0x7FFFFFFF)},
     };
     for (const auto &[type, bytes] : objects) {
         sendTo([&, type = type, &content = bytes](const std::string &request, const LoopbackSocket &socket) {
@@ -238,7 +239,7 @@ TEST_F(HostileDirectory, counts_of_any_size_end_the_send)
 TEST_F(HostileDirectory, texts_of_a_hundred_megabytes_end_the_send)
 {
     constexpr std::uint64_t bytes = 100'000'000;
-    for (const auto type : {wire::ObjectType::String, wire::ObjectType::IndStringList}) {
+    for (const auto type : {wire::ObjectType::string, wire::ObjectType::indStringList}) {
         sendTo([&](const std::string &request, const LoopbackSocket &socket) {
             std::uint64_t last = 0;
             std::string frames = answerTo(request, {}, last);
@@ -246,7 +247,7 @@ TEST_F(HostileDirectory, texts_of_a_hundred_megabytes_end_the_send)
             socket.send(endlessHeader);
             socket.send(chunk(frames));
             const std::string piece = chunk(dataFrame());
-            for (std::uint64_t sent = 0; sent < bytes && socket.send(piece); sent += wire::kMaxDataBytes) {
+            for (std::uint64_t sent = 0; sent < bytes && socket.send(piece); sent += wire::maxDataBytes) {
             }
         });
     }
@@ -254,7 +255,7 @@ TEST_F(HostileDirectory, texts_of_a_hundred_megabytes_end_the_send)
 
 TEST_F(HostileDirectory, the_longest_texts_that_are_allowed_are_taken)
 {
-    const std::string longest(wire::kMaxTextBytes, 'l');
+    const std::string longest(wire::maxTextBytes, 'l');
     Sayings sayings;
     for (int i = 0; i < 14; ++i) {
         sayings.parameters.push_back({"KEY_" + std::to_string(i), longest});
