@@ -5,7 +5,7 @@ namespace appserver {
 
 namespace {
 
-// Names that strangers invent must not fill the memory.
+/// Names that strangers invent must not fill the memory.
 constexpr std::size_t maxCounts = 50'000;
 constexpr int addressFactor = 10;
 

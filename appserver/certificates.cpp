@@ -37,7 +37,7 @@ using ExtensionPtr = std::unique_ptr<X509_EXTENSION, Releaser<X509_EXTENSION_fre
 constexpr std::size_t pemMaxBytes = 65536;
 constexpr long daySeconds = 24 * 3600;
 constexpr long authorityDays = 3650;
-constexpr long certificateDays = 825; // some systems refuse certificates that are valid for longer
+constexpr long certificateDays = 825; ///< some systems refuse certificates that are valid for longer
 constexpr long renewDays = 30;
 
 void require(bool succeeded, const std::string &what)

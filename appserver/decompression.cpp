@@ -67,7 +67,7 @@ private:
     FileObject &m_target;
     std::uint64_t m_room;
     std::string m_output;
-    std::size_t m_missing = 1; // nothing at all is no frame
+    std::size_t m_missing = 1; ///< nothing at all is no frame
     Decompression m_status = Decompression::done;
 };
 

@@ -32,7 +32,7 @@ const FormatRow &rowOf(DocumentFormat format)
     return *std::ranges::find(formats, format, &FormatRow::format);
 }
 
-// Viewers accept a PDF header that stands a little behind the beginning.
+/// Viewers accept a PDF header that stands a little behind the beginning.
 constexpr std::size_t pdfHeaderWithin = 1024;
 constexpr std::size_t headBytes = 4096;
 constexpr std::size_t textSampleBytes = 1024 * 1024;

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t textSampleBytes = 65536;
 
-// The browser's PDF viewer does not start in a sandbox.
+/// The browser's PDF viewer does not start in a sandbox.
 constexpr const char *pdfPolicy = "default-src 'none'; object-src 'self'; style-src 'unsafe-inline'; "
                                   "frame-ancestors 'self'";
 constexpr const char *filePolicy = "default-src 'none'; sandbox; frame-ancestors 'self'";

@@ -10,8 +10,8 @@ namespace appserver {
 
 namespace {
 
-// 19 MiB and two passes: the smallest memory that is recommended for Argon2id, so that many logins at once
-// fit.
+/// 19 MiB and two passes: the smallest memory that is recommended for Argon2id, so that many logins at once
+/// fit.
 constexpr unsigned long long argonPasses = 2;
 constexpr std::size_t argonBytes = std::size_t{19} * 1024 * 1024;
 

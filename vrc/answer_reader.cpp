@@ -31,7 +31,7 @@ Frame decoded(std::optional<Frame> frame)
     return std::move(*frame);
 }
 
-// It ends up in an address, so that it may hold nothing that has a meaning there.
+/// It ends up in an address, so that it may hold nothing that has a meaning there.
 bool isSessionId(std::string_view id)
 {
     return !id.empty() && std::all_of(id.begin(), id.end(), [](char c) {

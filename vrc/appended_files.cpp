@@ -9,7 +9,7 @@
 
 namespace vrc {
 
-// XXH3 with 128 bits, in its canonical form.
+/// XXH3 with 128 bits, in its canonical form.
 class RunningHash
 {
 public:

@@ -14,8 +14,8 @@ namespace vrc {
 
 class RunningHash;
 
-// The files on the server whose every byte this request has appended: how many bytes they hold, and the hash
-// of them.
+/// The files on the server whose every byte this request has appended: how many bytes they hold, and the hash
+/// of them.
 class AppendedFiles
 {
 public:
@@ -29,7 +29,7 @@ public:
     void forget(const std::string &name);
     void forgetAll();
 
-    // No value for files that are not known from their first byte on.
+    /// No value for files that are not known from their first byte on.
     [[nodiscard]] std::optional<std::uint64_t> size(const std::string &name) const;
     [[nodiscard]] std::optional<wire::Hash> hash(const std::string &name) const;
 

@@ -59,7 +59,7 @@ Transport &Channel::transport()
     return *m_transport;
 }
 
-// Logs how the exchange ended when it failed, and drops it.
+/// Logs how the exchange ended when it failed, and drops it.
 template <class Action>
 void Channel::guarded(Action action)
 {

@@ -17,12 +17,12 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::uint64_t blockBytes = 65536;
-constexpr std::uint64_t parallelBytes = 4 * 1024 * 1024; // shorter files gain nothing from a second core
-constexpr int jobBytes = 512 * 1024;                     // the shortest there is: memory goes with it
+constexpr std::uint64_t parallelBytes = 4 * 1024 * 1024; ///< shorter files gain nothing from a second core
+constexpr int jobBytes = 512 * 1024;                     ///< the shortest there is: memory goes with it
 constexpr int workers = 2;
-constexpr int windowLog = 19; // 512 KiB: what each worker holds besides its job
+constexpr int windowLog = 19; ///< 512 KiB: what each worker holds besides its job
 
-// An empty skippable frame: magic number and length, little-endian.
+/// An empty skippable frame: magic number and length, little-endian.
 constexpr std::string_view skippableFrame = "\x50\x2a\x4d\x18\0\0\0\0"sv;
 
 struct FreeContext

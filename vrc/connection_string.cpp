@@ -36,7 +36,7 @@ constexpr std::array<std::string_view, keyCount> keys = {
 
 using Values = std::array<std::optional<std::string_view>, keyCount>;
 
-// The key of KEY=" at the front of the text, when it has no value yet.
+/// The key of KEY=" at the front of the text, when it has no value yet.
 std::optional<Key> keyAtFront(std::string_view text, const Values &values)
 {
     for (std::size_t key = 0; key < keyCount; ++key) {
@@ -48,7 +48,7 @@ std::optional<Key> keyAtFront(std::string_view text, const Values &values)
     return std::nullopt;
 }
 
-// The position of the double quote that ends the value at the front of the text.
+/// The position of the double quote that ends the value at the front of the text.
 std::size_t endOfValue(std::string_view text, const Values &values)
 {
     for (std::size_t at = text.find('"'); at != std::string_view::npos; at = text.find('"', at + 1)) {
@@ -111,7 +111,7 @@ bool isAddress6Character(char c)
     return isHostCharacter(c) || c == ':' || c == '%';
 }
 
-// A host as it stands in an address; empty when it is none.
+/// A host as it stands in an address; empty when it is none.
 std::string hostOf(std::string_view text)
 {
     const bool isBracketed = text.starts_with('[') && text.ends_with(']') && text.size() > 2;
@@ -160,8 +160,8 @@ std::optional<ProxySettings> parseProxy(std::string_view address, std::string_vi
     return proxy;
 }
 
-// The end of a proxy's address without credentials: the "::" that follows its port. An IPv6 address may hold
-// "::" before that.
+/// The end of a proxy's address without credentials: the "::" that follows its port. An IPv6 address may hold
+/// "::" before that.
 std::size_t endOfProxyAddress(std::string_view text)
 {
     for (std::size_t at = text.find("::"); at != std::string_view::npos; at = text.find("::", at + 1)) {

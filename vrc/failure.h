@@ -9,7 +9,7 @@
 
 namespace vrc {
 
-// Carries the error of a command from where it happens to VrCommand, which alone catches it.
+/// Carries the error of a command from where it happens to VrCommand, which alone catches it.
 class Failure : public std::exception
 {
 public:

@@ -68,7 +68,7 @@ bool switchArgument(const Command &command, std::string_view key)
     return value != nullptr && *value == "YES";
 }
 
-// The position in a list for an index that counts from 1.
+/// The position in a list for an index that counts from 1.
 std::size_t position(const Command &command, std::size_t entries)
 {
     const std::int64_t index = numberArgument(command, "INDEX");
@@ -273,7 +273,7 @@ std::string tableRow(LocalState &state, const Command &command)
 struct LocalCommand
 {
     std::string_view name;
-    std::string_view keys; // those that may stand, separated by blanks
+    std::string_view keys; ///< those that may stand, separated by blanks
     std::string (*run)(LocalState &, const Command &);
 };
 
@@ -330,7 +330,7 @@ const LocalCommand &findCommand(const Command &command)
     return *found;
 }
 
-// Puts the values of variables into the fields that ask for them; a variable that is used is gone then.
+/// Puts the values of variables into the fields that ask for them; a variable that is used is gone then.
 void substituteVariables(LocalState &state, Command &command)
 {
     std::vector<std::string> used;
@@ -352,7 +352,7 @@ void substituteVariables(LocalState &state, Command &command)
     }
 }
 
-// A missing object is no error where the command says so: its value is empty.
+/// A missing object is no error where the command says so: its value is empty.
 std::string runTolerantly(LocalState &state, const LocalCommand &row, const Command &command)
 {
     try {

@@ -35,7 +35,7 @@ std::string reason(const std::string &path, const char *verb, int error)
     fail(wire::errors::fileWrite, reason(path, "written", error));
 }
 
-// Which file that is. A descriptor's never changes while it is open.
+/// Which file that is. A descriptor's never changes while it is open.
 using Identity = std::pair<dev_t, ino_t>;
 
 std::optional<struct stat> statusOf(int descriptor)
@@ -60,7 +60,7 @@ std::optional<Identity> identityOf(const std::optional<struct stat> &status)
     return status ? std::optional(Identity(status->st_dev, status->st_ino)) : std::nullopt;
 }
 
-// Fills the bytes of the buffer from `place` on.
+/// Fills the bytes of the buffer from `place` on.
 void readFully(int descriptor, const std::string &path, std::uint64_t offset, std::string &buffer,
                std::size_t place)
 {
@@ -80,8 +80,8 @@ void readFully(int descriptor, const std::string &path, std::uint64_t offset, st
 
 } // namespace
 
-// The two files of a copy that is made again and again, a block at a time: opening and emptying a file costs
-// more than its bytes.
+/// The two files of a copy that is made again and again, a block at a time: opening and emptying a file costs
+/// more than its bytes.
 class CopyDescriptors
 {
 public:
@@ -100,7 +100,7 @@ public:
     CopyDescriptors(const CopyDescriptors &) = delete;
     CopyDescriptors &operator=(const CopyDescriptors &) = delete;
 
-    // The paths may lead somewhere else by now. Where they do not, takes note of how long the files are.
+    /// The paths may lead somewhere else by now. Where they do not, takes note of how long the files are.
     [[nodiscard]] bool areOf(const std::string &source, const std::string &target)
     {
         const std::optional<struct stat> sourceStatus = statusOf(source);

@@ -8,11 +8,11 @@
 #include <string_view>
 #include <utility>
 
-// Files on this machine. Everything here throws Failure: LOCAL/REQUEST/125 where a file cannot be read, 126
-// where one cannot be written, 130 where it is 2^31 bytes or longer.
+/// Files on this machine. Everything here throws Failure: LOCAL/REQUEST/125 where a file cannot be read, 126
+/// where one cannot be written, 130 where it is 2^31 bytes or longer.
 namespace vrc {
 
-// Bytes of another local file, of which an object is a copy.
+/// Bytes of another local file, of which an object is a copy.
 struct FileSlice
 {
     std::string path;
@@ -22,7 +22,7 @@ struct FileSlice
 
 class CopyDescriptors;
 
-// An object of type FILE: a path, and whether the file behind it goes with the object.
+/// An object of type FILE: a path, and whether the file behind it goes with the object.
 class LocalFile
 {
 public:
@@ -39,14 +39,14 @@ public:
 
     [[nodiscard]] std::uint64_t size() const;
 
-    // Becomes the bytes of the source from `offset` on, all of which the source has to have. Both files stay
-    // open for the next copy.
+    /// Becomes the bytes of the source from `offset` on, all of which the source has to have. Both files stay
+    /// open for the next copy.
     void copyFrom(const LocalFile &source, std::uint64_t offset, std::uint64_t bytes);
 
-    // Appends all bytes, of which there are `bytes`.
+    /// Appends all bytes, of which there are `bytes`.
     void appendContents(std::string &target, std::size_t bytes) const;
 
-    // To be called when something else wrote the file.
+    /// To be called when something else wrote the file.
     void forgetOrigin();
 
 private:
@@ -55,10 +55,10 @@ private:
     std::string m_path;
     bool m_isTemporary;
     std::optional<FileSlice> m_copiedFrom;
-    std::unique_ptr<CopyDescriptors> m_descriptors; // since the first copy
+    std::unique_ptr<CopyDescriptors> m_descriptors; ///< since the first copy
 };
 
-// A file that is being written: created readable by its owner alone, or emptied. Links are not followed.
+/// A file that is being written: created readable by its owner alone, or emptied. Links are not followed.
 class FileWriter
 {
 public:
@@ -68,14 +68,14 @@ public:
     FileWriter &operator=(const FileWriter &) = delete;
 
     void write(std::string_view bytes);
-    void close(); // reports what the destructor cannot
+    void close(); ///< reports what the destructor cannot
 
 private:
     std::string m_path;
     int m_descriptor = -1;
 };
 
-// A file that is read from a position of the caller's.
+/// A file that is read from a position of the caller's.
 class FileReader
 {
 public:
@@ -90,10 +90,10 @@ public:
 
     [[nodiscard]] int descriptor() const { return m_descriptor; }
 
-    // Fills `bytes` completely; a file that has become shorter is an error.
+    /// Fills `bytes` completely; a file that has become shorter is an error.
     void read(std::uint64_t offset, std::string &bytes, std::size_t count) const;
 
-    // The same at the end of `target`.
+    /// The same at the end of `target`.
     void append(std::uint64_t offset, std::string &target, std::size_t count) const;
 
 private:
@@ -102,10 +102,10 @@ private:
     std::uint64_t m_size = 0;
 };
 
-// Writing a file while it is read would destroy it: an error when the path leads to the file that is read.
+/// Writing a file while it is read would destroy it: an error when the path leads to the file that is read.
 void refuseToOverwrite(const FileReader &source, const std::string &path);
 
-// A new empty file of the owner alone in the folder for temporary files; gives its path.
+/// A new empty file of the owner alone in the folder for temporary files; gives its path.
 [[nodiscard]] std::string createTemporaryFile();
 
 } // namespace vrc

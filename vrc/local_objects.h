@@ -13,21 +13,21 @@ namespace vrc {
 
 using LocalObject = std::variant<wire::Value, LocalFile>;
 
-// The named objects of one request. Everything here throws Failure.
+/// The named objects of one request. Everything here throws Failure.
 class LocalObjects
 {
 public:
-    // LOCAL/REQUEST/134 when the name is taken and may not be replaced, 130 when there are too many.
+    /// LOCAL/REQUEST/134 when the name is taken and may not be replaced, 130 when there are too many.
     void create(const std::string &name, LocalObject object, bool mayReplace);
 
     void put(const std::string &name, LocalObject object) { create(name, std::move(object), true); }
 
-    // Removing what is not there succeeds.
+    /// Removing what is not there succeeds.
     void remove(std::string_view name);
 
     [[nodiscard]] bool holds(std::string_view name) const { return m_objects.find(name) != m_objects.end(); }
 
-    // LOCAL/REQUEST/122 when there is no such object, 123 when it is of another type.
+    /// LOCAL/REQUEST/122 when there is no such object, 123 when it is of another type.
     [[nodiscard]] LocalObject &find(std::string_view name);
     [[nodiscard]] LocalFile &file(std::string_view name);
 

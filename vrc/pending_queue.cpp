@@ -92,7 +92,7 @@ void PendingQueue::forEachAfter(std::uint64_t number,
     }
 }
 
-// Makes [Remove] Send Append at the end a run of one block, and lengthens the run before it where they fit.
+/// Makes [Remove] Send Append at the end a run of one block, and lengthens the run before it where they fit.
 void PendingQueue::gatherRun()
 {
     const std::size_t count = m_entries.size();

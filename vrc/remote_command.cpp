@@ -42,7 +42,7 @@ std::string valueOf(const wire::Command &command, std::string_view key)
     return value == nullptr ? std::string() : *value;
 }
 
-// NAME, and for the append SNAME, stand for themselves; nothing else stands there.
+/// NAME, and for the append SNAME, stand for themselves; nothing else stands there.
 bool isPlain(const wire::Command &command)
 {
     const bool hasModifier =
@@ -55,7 +55,7 @@ bool isPlain(const wire::Command &command)
     return !hasModifier && !hasVariable && command.arguments.size() == fields;
 }
 
-// What the library has to understand of a command that it does not wait for.
+/// What the library has to understand of a command that it does not wait for.
 bool hasNames(const wire::Command &command)
 {
     return std::all_of(command.arguments.begin(), command.arguments.end(), [](const wire::Field &field) {
@@ -78,7 +78,7 @@ void requireName(const std::string &name, const RemoteCommand &command)
     }
 }
 
-// A file that fits into one data frame goes with the frames, in one piece.
+/// A file that fits into one data frame goes with the frames, in one piece.
 bool fitsDataFrame(std::uint64_t bytes)
 {
     return bytes > 0 && bytes <= wire::maxDataBytes;

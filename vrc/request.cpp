@@ -12,7 +12,7 @@
 namespace vrc {
 namespace {
 
-// Its texts are so short that a string holds them within itself: making it needs no memory.
+/// Its texts are so short that a string holds them within itself: making it needs no memory.
 wire::ErrorInfo outOfMemory()
 {
     return {"LOCAL", "REQUEST", wire::errors::outOfMemory.code, "out of memory", {}};
@@ -54,7 +54,7 @@ std::string Request::run(const wire::Command &command, std::string_view line)
     return command.isLocal() ? runLocalCommand(m_state, command) : m_session.run(command, line);
 }
 
-// A result is whole or absent.
+/// A result is whole or absent.
 void Request::deliver(std::string_view text, std::span<char> result) const
 {
     if (result.data() == nullptr) {

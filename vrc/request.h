@@ -10,19 +10,19 @@
 
 namespace vrc {
 
-// What a handle of the public header stands for.
+/// What a handle of the public header stands for.
 class Request
 {
 public:
     explicit Request(ConnectionSettings settings);
 
-    // Sees that the server has everything that was queued.
+    /// Sees that the server has everything that was queued.
     ~Request() { m_session.finishQueue(); }
 
     Request(const Request &) = delete;
     Request &operator=(const Request &) = delete;
 
-    // One command, its result zero-terminated in `result` (empty after an error). True for success.
+    /// One command, its result zero-terminated in `result` (empty after an error). True for success.
     [[nodiscard]] bool command(std::string_view line, std::span<char> result) noexcept;
 
 private:

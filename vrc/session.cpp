@@ -61,8 +61,8 @@ std::string Session::run(const wire::Command &command, std::string_view line)
     }
 }
 
-// Repeats what is safe to be repeated without telling anybody: after bodies have been made shorter, and once
-// when a connection that was kept turned out to be gone.
+/// Repeats what is safe to be repeated without telling anybody: after bodies have been made shorter, and once
+/// when a connection that was kept turned out to be gone.
 template <class Action>
 auto Session::insist(Action action)
 {
@@ -84,8 +84,8 @@ auto Session::insist(Action action)
     }
 }
 
-// Never waits for the queue: with a stream open its connection is dropped, and the session closed on another
-// one.
+/// Never waits for the queue: with a stream open its connection is dropped, and the session closed on another
+/// one.
 void Session::close()
 {
     m_channel.abandon();
@@ -122,7 +122,7 @@ void Session::reset()
     renewNonce();
 }
 
-// An object that came with the procedure's result needs no way to the server.
+/// An object that came with the procedure's result needs no way to the server.
 bool Session::takeTravelled(const RemoteCommand &command)
 {
     const auto found =
@@ -187,9 +187,9 @@ void Session::sendQueued(const RemoteCommand &command)
     noteEffects(command, std::move(body));
 }
 
-// What is queued has to fit into memory until its answer arrives, blocks aside: they can be read again. An
-// object that nothing is queued before has a request to itself, and is there when the caller hands the
-// session to somebody else.
+/// What is queued has to fit into memory until its answer arrives, blocks aside: they can be read again. An
+/// object that nothing is queued before has a request to itself, and is there when the caller hands the
+/// session to somebody else.
 bool Session::mayQueue(const RemoteCommand &command) const
 {
     if (m_state.sessionId.empty() || !command.mayQueue || m_pending.isFull() ||
@@ -327,7 +327,7 @@ void Session::takeFetched(const RemoteCommand &command, Answer &answer)
     m_state.objects.put(command.name, localForm(std::move(object)));
 }
 
-// What the library knows of the server's files after a command that succeeded, or is on its way.
+/// What the library knows of the server's files after a command that succeeded, or is on its way.
 void Session::noteEffects(const RemoteCommand &command, OutgoingBody body)
 {
     if (!command.hasNames) { // the server alone knows which object it was

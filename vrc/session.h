@@ -16,33 +16,33 @@
 
 namespace vrc {
 
-// The session of one request with the server: numbers its commands, sends those that carry nothing back
-// without waiting, finds out after a lost connection what became of what was sent, and sends the rest again.
-// docs/protocol.md is its manual.
+/// The session of one request with the server: numbers its commands, sends those that carry nothing back
+/// without waiting, finds out after a lost connection what became of what was sent, and sends the rest again.
+/// docs/protocol.md is its manual.
 class Session
 {
 public:
     Session(const ConnectionSettings &settings, LocalState &state);
 
-    // Carries out a remote command and gives its result. Throws Failure.
+    /// Carries out a remote command and gives its result. Throws Failure.
     [[nodiscard]] std::string run(const wire::Command &command, std::string_view line);
 
-    // Sees what is queued carried out, although nothing waits for it any more: the session may live on.
+    /// Sees what is queued carried out, although nothing waits for it any more: the session may live on.
     void finishQueue() noexcept;
 
 private:
-    // A command whose answer did not come. Its number is the one after m_issued.
+    /// A command whose answer did not come. Its number is the one after m_issued.
     struct Unanswered
     {
         std::uint64_t number = 0;
         std::string line;
     };
 
-    // The file that was sent last, when it fits into one data frame.
+    /// The file that was sent last, when it fits into one data frame.
     struct SentBlock
     {
-        std::string name;   // empty: none
-        std::string frames; // at their end are the contents
+        std::string name;   ///< empty: none
+        std::string frames; ///< at their end are the contents
         std::size_t bytes = 0;
 
         [[nodiscard]] std::string_view contents() const
@@ -104,23 +104,23 @@ private:
     LocalState &m_state;
     Channel m_channel;
 
-    std::uint64_t m_issued = 0;       // the last number whose command is on its way or was carried out
-    std::uint64_t m_acknowledged = 0; // answers up to here have arrived
+    std::uint64_t m_issued = 0;       ///< the last number whose command is on its way or was carried out
+    std::uint64_t m_acknowledged = 0; ///< answers up to here have arrived
     std::optional<Unanswered> m_unanswered;
-    std::optional<wire::ErrorInfo> m_failure; // in force until the session is closed
+    std::optional<wire::ErrorInfo> m_failure; ///< in force until the session is closed
     PendingQueue m_pending;
-    bool m_isBroken = false; // the connection was lost with commands pending
-    unsigned m_losses = 0;   // of streams
+    bool m_isBroken = false; ///< the connection was lost with commands pending
+    unsigned m_losses = 0;   ///< of streams
 
-    std::optional<std::size_t> m_bodyLimit; // set: bodies of known length, at most this long
-    std::string m_batch;                    // queued frames that the next such body takes along
-    std::uint64_t m_firstInBody = 1;        // numbers in the open stream, or in the batch
+    std::optional<std::size_t> m_bodyLimit; ///< set: bodies of known length, at most this long
+    std::string m_batch;                    ///< queued frames that the next such body takes along
+    std::uint64_t m_firstInBody = 1;        ///< numbers in the open stream, or in the batch
     std::uint64_t m_lastInBody = 0;
-    bool m_isDivisible = false; // the last body could have been sent in smaller ones
+    bool m_isDivisible = false; ///< the last body could have been sent in smaller ones
 
     AppendedFiles m_appended;
     SentBlock m_block;
-    std::vector<ReceivedObject> m_travelled; // with the result of the last procedure
+    std::vector<ReceivedObject> m_travelled; ///< with the result of the last procedure
     wire::Nonce m_nonce{};
     std::chrono::steady_clock::time_point m_nonceTime;
 };

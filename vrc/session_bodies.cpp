@@ -9,11 +9,11 @@ namespace vrc {
 namespace {
 
 constexpr std::size_t firstBodyLimit = 256 * 1024;
-constexpr std::size_t smallestBodyLimit = 68 * 1024; // a block with its frames
+constexpr std::size_t smallestBodyLimit = 68 * 1024; ///< a block with its frames
 
 } // namespace
 
-// Sends a command that waits, in the open stream or in a body of its own, behind what is queued.
+/// Sends a command that waits, in the open stream or in a body of its own, behind what is queued.
 Answer Session::exchange(const RemoteCommand &command, std::uint64_t number, const OutgoingBody &body)
 {
     Expectation expectation = expectationFor(command, number);
@@ -36,7 +36,7 @@ Answer Session::exchange(const RemoteCommand &command, std::uint64_t number, con
     return m_channel.exchange({opening() + m_batch + body.frames, body.file}, expectation, patience, what);
 }
 
-// Sends a command that does not wait.
+/// Sends a command that does not wait.
 void Session::deliver(const OutgoingBody &body, std::uint64_t number, std::string_view what)
 {
     if (m_bodyLimit) {
@@ -73,7 +73,7 @@ void Session::flushBatch()
     takeQueueAnswer(answer, m_lastInBody);
 }
 
-// Ends the request that is open for the queue, or sends what the next one would have taken along.
+/// Ends the request that is open for the queue, or sends what the next one would have taken along.
 void Session::endQueue()
 {
     try {
@@ -121,13 +121,13 @@ Patience Session::patienceFor(const RemoteCommand &command) const
     return isLong ? Patience::procedure : patienceOfQueue();
 }
 
-// A waiting command waits for what is queued before it, too.
+/// A waiting command waits for what is queued before it, too.
 Patience Session::patienceOfQueue() const
 {
     return m_pending.isLong() ? Patience::procedure : Patience::stall;
 }
 
-// A server that has found an error need not be sent the rest of the document.
+/// A server that has found an error need not be sent the rest of the document.
 void Session::heedStream()
 {
     const Answer *answer = m_channel.partialAnswer();
@@ -182,7 +182,7 @@ Expectation Session::expectationFor(const RemoteCommand &command, std::uint64_t 
     return expectation;
 }
 
-// Something on the way takes no chunked body, or none of this length: shorter ones of known length may pass.
+/// Something on the way takes no chunked body, or none of this length: shorter ones of known length may pass.
 void Session::shrinkBodies(const BodyRefused &refusal)
 {
     const bool canShrink = m_isDivisible && (!m_bodyLimit || *m_bodyLimit > smallestBodyLimit);

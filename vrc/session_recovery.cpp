@@ -8,12 +8,12 @@
 namespace vrc {
 namespace {
 
-constexpr std::chrono::seconds nonceLife{50}; // the server recognises one for 60
-constexpr unsigned patientLosses = 2;         // after so many lost streams short bodies are tried
+constexpr std::chrono::seconds nonceLife{50}; ///< the server recognises one for 60
+constexpr unsigned patientLosses = 2;         ///< after so many lost streams short bodies are tried
 
 } // namespace
 
-// The number of a command that is about to be sent. What became of everything sent before is known then.
+/// The number of a command that is about to be sent. What became of everything sent before is known then.
 std::uint64_t Session::nextNumber(const RemoteCommand &command)
 {
     const bool isRepeated = m_unanswered && m_unanswered->line == command.line;
@@ -29,7 +29,8 @@ std::uint64_t Session::nextNumber(const RemoteCommand &command)
     return m_issued + 1;
 }
 
-// Finds out how far the server has come, and sends the queued commands that it has not carried out once more.
+/// Finds out how far the server has come, and sends the queued commands that it has not carried out once
+/// more.
 void Session::recover(const RemoteCommand &command)
 {
     const std::uint64_t last = askProgress();
@@ -70,8 +71,8 @@ std::uint64_t Session::askProgress()
     return last;
 }
 
-// A different command was given after one whose answer is missing: that one counts as carried out, or as
-// never given.
+/// A different command was given after one whose answer is missing: that one counts as carried out, or as
+/// never given.
 void Session::resolveUnanswered(const RemoteCommand &command, std::uint64_t lastCarriedOut)
 {
     if (!m_unanswered || m_unanswered->line == command.line) {
@@ -118,7 +119,7 @@ void Session::noteLoss(const RemoteCommand &command, std::uint64_t number)
     m_batch.clear();
 }
 
-// A line that breaks often still lets short bodies through.
+/// A line that breaks often still lets short bodies through.
 void Session::learnFromLoss()
 {
     if (m_isBroken && m_isDivisible && ++m_losses >= patientLosses) {

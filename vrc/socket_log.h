@@ -11,12 +11,13 @@
 
 namespace vrc {
 
-// A line for each request and each answer: time (UTC), number of the exchange, what, sizes, times. The values
-// of passwords are masked, control characters written as \xHH. A log that cannot be written is left out.
+/// A line for each request and each answer: time (UTC), number of the exchange, what, sizes, times. The
+/// values of passwords are masked, control characters written as \xHH. A log that cannot be written is left
+/// out.
 class SocketLog
 {
 public:
-    // An empty path gives a log that writes nothing.
+    /// An empty path gives a log that writes nothing.
     explicit SocketLog(const std::string &path);
 
     void request(std::string_view what);
@@ -34,7 +35,7 @@ private:
     std::uint64_t m_number = 0;
 };
 
-// The command line as it stands in a log: one line, without secrets, of bounded length.
+/// The command line as it stands in a log: one line, without secrets, of bounded length.
 [[nodiscard]] std::string loggedCommand(std::string_view line);
 
 } // namespace vrc

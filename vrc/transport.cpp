@@ -22,8 +22,8 @@ namespace vrc {
 namespace {
 
 constexpr std::size_t maxHeaderBytes = 256 * 1024;
-constexpr long uploadBufferBytes = 65536 + 4096; // a block with its frames goes in one piece
-constexpr int unsentLowWaterBytes = 128 * 1024;  // TCP_NOTSENT_LOWAT: in the socket's own buffer
+constexpr long uploadBufferBytes = 65536 + 4096; ///< a block with its frames goes in one piece
+constexpr int unsentLowWaterBytes = 128 * 1024;  ///< TCP_NOTSENT_LOWAT: in the socket's own buffer
 constexpr int pollMs = 250;
 
 void initialiseOnce()
@@ -34,7 +34,7 @@ void initialiseOnce()
     }
 }
 
-// Bytes that the system has not got rid of yet: they shrink while a slow line drains.
+/// Bytes that the system has not got rid of yet: they shrink while a slow line drains.
 std::uint64_t unsentBytes(curl_socket_t socket)
 {
     int bytes = 0;
@@ -121,7 +121,7 @@ void Transport::setUpServer(const ConnectionSettings &settings)
     }
 }
 
-// There is no way to turn verification off.
+/// There is no way to turn verification off.
 void Transport::setUpTrust(const ConnectionSettings &settings)
 {
     set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
@@ -139,7 +139,7 @@ void Transport::setUpTrust(const ConnectionSettings &settings)
     }
 }
 
-// Proxies are the caller's affair alone: the environment has no say, with or without one.
+/// Proxies are the caller's affair alone: the environment has no say, with or without one.
 void Transport::setUpProxy(const ConnectionSettings &settings)
 {
     set(CURLOPT_NOPROXY, "");
@@ -206,8 +206,8 @@ void Transport::begin(AnswerSink &sink, std::optional<std::uint64_t> bodyBytes, 
     m_end.isSessionOpen = isSessionOpen;
 }
 
-// A proxy's 407, or a server's 401, is answered on a request without a body: a body would have to be sent
-// again.
+/// A proxy's 407, or a server's 401, is answered on a request without a body: a body would have to be sent
+/// again.
 void Transport::settleAuthentication()
 {
     m_isPost = false;
@@ -276,7 +276,7 @@ void Transport::abandon() noexcept
     }
 }
 
-// Lets the transport work until the condition is reached or the exchange is over.
+/// Lets the transport work until the condition is reached or the exchange is over.
 template <class Condition>
 void Transport::pump(Condition isReached, Patience patience)
 {
@@ -304,7 +304,7 @@ void Transport::pump(Condition isReached, Patience patience)
     }
 }
 
-// While connecting the transport minds the time itself.
+/// While connecting the transport minds the time itself.
 void Transport::checkProgress(Patience patience)
 {
     const Clock::time_point now = Clock::now();
@@ -348,7 +348,7 @@ void Transport::takeMessages()
     }
 }
 
-// Judges an exchange that is over.
+/// Judges an exchange that is over.
 void Transport::conclude()
 {
     CURL *easy = m_easy.get();
@@ -394,7 +394,7 @@ void Transport::noteFigures()
     m_wasReused = m_end.isConnected && (connections == 0 || m_end.code == CURLE_SEND_FAIL_REWIND);
 }
 
-// Status 200 and the media type of frames, parameters aside.
+/// Status 200 and the media type of frames, parameters aside.
 bool Transport::isFrames() const
 {
     long status = 0;
@@ -420,7 +420,7 @@ std::size_t Transport::readBody(char *buffer, std::size_t size, std::size_t coun
     return bytes;
 }
 
-// Nothing of an answer that is not the server's is taken: returning 0 ends the exchange.
+/// Nothing of an answer that is not the server's is taken: returning 0 ends the exchange.
 std::size_t Transport::writeAnswer(char *bytes, std::size_t size, std::size_t count, void *self)
 {
     auto &transport = *static_cast<Transport *>(self);
@@ -452,7 +452,7 @@ int Transport::noteConnection(void *self, char *, char *, int, int)
     return CURL_PREREQFUNC_OK;
 }
 
-// A small unsent backlog in the socket: what has been sent is on its way, and a cancel takes effect at once.
+/// A small unsent backlog in the socket: what has been sent is on its way, and a cancel takes effect at once.
 int Transport::tuneSocket(void *, curl_socket_t socket, curlsocktype purpose)
 {
 #ifdef TCP_NOTSENT_LOWAT

@@ -16,7 +16,7 @@
 
 namespace vrc {
 
-// Takes the body of an answer as it arrives. May throw Failure, which ends the exchange.
+/// Takes the body of an answer as it arrives. May throw Failure, which ends the exchange.
 class AnswerSink
 {
 public:
@@ -27,17 +27,17 @@ public:
 
     virtual void take(std::string_view bytes) = 0;
 
-    // Complete frames so far: an answer that goes on forever without one is given up.
+    /// Complete frames so far: an answer that goes on forever without one is given up.
     [[nodiscard]] virtual std::uint64_t framesTaken() const = 0;
 };
 
-// Thrown when something on the way takes no body of this kind or length (411, 413).
+/// Thrown when something on the way takes no body of this kind or length (411, 413).
 struct BodyRefused
 {
     long status = 0;
 };
 
-// Sizes and times of an exchange, for the socket log.
+/// Sizes and times of an exchange, for the socket log.
 struct ExchangeFigures
 {
     std::uint64_t sentBytes = 0;
@@ -53,9 +53,9 @@ enum class Patience
     procedure
 };
 
-// HTTP exchanges with one server over one kept-alive connection, one at a time. Everything that can go wrong
-// is thrown as Failure, or as BodyRefused; the exchange is over then, and its connection closed unless it was
-// answered.
+/// HTTP exchanges with one server over one kept-alive connection, one at a time. Everything that can go wrong
+/// is thrown as Failure, or as BodyRefused; the exchange is over then, and its connection closed unless it
+/// was answered.
 class Transport
 {
 public:
@@ -64,24 +64,24 @@ public:
     Transport(const Transport &) = delete;
     Transport &operator=(const Transport &) = delete;
 
-    // Starts a POST whose body has this length, or is chunked. The sink has to outlive the exchange.
+    /// Starts a POST whose body has this length, or is chunked. The sink has to outlive the exchange.
     void begin(AnswerSink &sink, std::optional<std::uint64_t> bodyBytes, bool isSessionOpen);
 
-    // Returns when the bytes are in the socket (chunked), or handed to the transport (known length).
+    /// Returns when the bytes are in the socket (chunked), or handed to the transport (known length).
     void send(std::string_view bytes, Patience patience);
 
-    // Ends the body and waits for the whole answer.
+    /// Ends the body and waits for the whole answer.
     void finish(Patience patience);
 
-    // Drops the exchange, if there is one, and its connection.
+    /// Drops the exchange, if there is one, and its connection.
     void abandon() noexcept;
 
-    // True when the last exchange went over a connection that earlier ones had used.
+    /// True when the last exchange went over a connection that earlier ones had used.
     [[nodiscard]] bool wasReused() const { return m_wasReused; }
 
     [[nodiscard]] const ExchangeFigures &figures() const { return m_figures; }
 
-    // Requests with equal keys may share a transport one after the other.
+    /// Requests with equal keys may share a transport one after the other.
     [[nodiscard]] static std::string keyOf(const ConnectionSettings &settings);
 
     [[nodiscard]] const std::string &key() const { return m_key; }
@@ -131,18 +131,18 @@ private:
     static int tuneSocket(void *self, curl_socket_t socket, curlsocktype purpose);
 
     std::string m_key;
-    std::unique_ptr<CURLM, FreeMulti> m_multi; // outlives the easy handle that is in it
+    std::unique_ptr<CURLM, FreeMulti> m_multi; ///< outlives the easy handle that is in it
     std::unique_ptr<CURL, FreeEasy> m_easy;
     Headers m_plainHeaders;
     Headers m_chunkedHeaders;
     bool m_usesProxy = false;
     bool m_isSingleSignOn = false;
-    bool m_needsSettling = false; // credentials have to be agreed on before a body is sent
+    bool m_needsSettling = false; ///< credentials have to be agreed on before a body is sent
     char m_errorText[CURL_ERROR_SIZE] = {};
 
     // Of the current or last exchange.
     AnswerSink *m_sink = nullptr;
-    std::string_view m_pending; // bytes of the caller that are not handed over yet
+    std::string_view m_pending; ///< bytes of the caller that are not handed over yet
     std::exception_ptr m_sinkFailure;
     ExchangeEnd m_end;
     ExchangeFigures m_figures;
@@ -156,7 +156,7 @@ private:
     bool m_isPost = false;
     bool m_isBodyComplete = false;
     bool m_isPaused = false;
-    bool m_hasTaken = false; // the transport library has taken bytes of m_pending
+    bool m_hasTaken = false; ///< the transport library has taken bytes of m_pending
     bool m_isDone = false;
     bool m_wasReused = false;
 };

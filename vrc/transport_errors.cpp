@@ -26,7 +26,7 @@ bool isGatewayStatus(long status)
     return status == 502 || status == 503 || status == 504;
 }
 
-// What a status other than the server's own says.
+/// What a status other than the server's own says.
 wire::ErrorInfo errorOfStatus(const ExchangeEnd &end)
 {
     const std::string status = "HTTP status " + std::to_string(end.status);

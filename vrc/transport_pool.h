@@ -9,8 +9,8 @@
 
 namespace vrc {
 
-// The idle transports of this process: a request takes one that an earlier request to the same server left,
-// with its connection and its TLS session. Safe for threads.
+/// The idle transports of this process: a request takes one that an earlier request to the same server left,
+/// with its connection and its TLS session. Safe for threads.
 class TransportPool
 {
 public:
@@ -21,7 +21,7 @@ public:
 
 private:
     std::mutex m_mutex;
-    std::vector<std::unique_ptr<Transport>> m_idle; // longest idle first
+    std::vector<std::unique_ptr<Transport>> m_idle; ///< longest idle first
 };
 
 } // namespace vrc

@@ -17,7 +17,7 @@
 namespace vrc {
 namespace {
 
-// The folder of the file that holds this very code.
+/// The folder of the file that holds this very code.
 std::string ownFolder()
 {
     Dl_info info = {};
@@ -30,7 +30,7 @@ std::string ownFolder()
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-// Nothing of a file that cannot be read or is empty.
+/// Nothing of a file that cannot be read or is empty.
 std::optional<std::string> contentsOf(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -39,7 +39,7 @@ std::optional<std::string> contentsOf(const std::string &path)
     return contents ? std::optional(contents.str()) : std::nullopt;
 }
 
-// A name as c0ff1f52.0: eight hexadecimal digits and a number.
+/// A name as c0ff1f52.0: eight hexadecimal digits and a number.
 bool isHashName(std::string_view name)
 {
     constexpr std::size_t digits = 8;
@@ -62,7 +62,7 @@ SystemAuthorities systemAuthorities()
     return {textOf(version->capath), textOf(version->cainfo)};
 }
 
-// As `openssl rehash` names what stands in a folder.
+/// As `openssl rehash` names what stands in a folder.
 bool isHashedFolder(const std::string &path)
 {
     const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(path.c_str()), closedir);
@@ -74,7 +74,7 @@ bool isHashedFolder(const std::string &path)
     return false;
 }
 
-// Empty where an installation ships none.
+/// Empty where an installation ships none.
 std::string ownAuthorities(const std::string &path)
 {
     struct stat status = {};

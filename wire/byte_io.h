@@ -6,14 +6,14 @@
 #include <string>
 #include <string_view>
 
-// Integers (unsigned, big-endian) and texts (32-bit length, then UTF-8) in a payload.
+/// Integers (unsigned, big-endian) and texts (32-bit length, then UTF-8) in a payload.
 namespace wire {
 
 void appendNumber(std::string &out, std::uint64_t value, std::size_t bytes);
 void appendText(std::string &out, std::string_view text);
 
-// Reads from the front of a payload. After the first value that is missing or malformed every further one is
-// empty and ok() is false, so that a decoder checks once, at its end.
+/// Reads from the front of a payload. After the first value that is missing or malformed every further one is
+/// empty and ok() is false, so that a decoder checks once, at its end.
 class ByteReader
 {
 public:
@@ -27,7 +27,7 @@ public:
 
     [[nodiscard]] std::uint64_t u64() { return number(8); }
 
-    // A view into the payload. Malformed: not UTF-8, or longer than maxBytes.
+    /// A view into the payload. Malformed: not UTF-8, or longer than maxBytes.
     [[nodiscard]] std::string_view text(std::size_t maxBytes);
     [[nodiscard]] std::string_view bytes(std::size_t count);
 
@@ -37,7 +37,7 @@ public:
 
     [[nodiscard]] bool atEnd() const { return m_rest.empty(); }
 
-    // Everything was there and nothing is left over.
+    /// Everything was there and nothing is left over.
     [[nodiscard]] bool complete() const { return m_ok && m_rest.empty(); }
 
     void fail();

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-// The errors of both sides: a triple of service, class and code, with a description and an info text.
+/// The errors of both sides: a triple of service, class and code, with a description and an info text.
 namespace wire {
 
 struct ErrorInfo
@@ -14,25 +14,25 @@ struct ErrorInfo
     std::string service;
     std::string errorClass;
     std::uint32_t code = 0;
-    std::string description; // for a person
-    std::string info;        // for support
+    std::string description; ///< for a person
+    std::string info;        ///< for support
 
     bool operator==(const ErrorInfo &) const = default;
 };
 
-// One row of the tables in docs/protocol.md.
+/// One row of the tables in docs/protocol.md.
 struct ErrorKind
 {
     std::string_view service;
     std::string_view errorClass;
     std::uint32_t code;
-    std::string_view meaning; // the description where the caller has nothing better to say
+    std::string_view meaning; ///< the description where the caller has nothing better to say
 };
 
 [[nodiscard]] ErrorInfo makeError(const ErrorKind &kind, std::string description = {}, std::string info = {});
 [[nodiscard]] bool isError(const ErrorInfo &error, const ErrorKind &kind);
 
-// Every kind below, once.
+/// Every kind below, once.
 [[nodiscard]] std::span<const ErrorKind> allErrorKinds();
 
 namespace errors {

@@ -27,7 +27,7 @@ void skipBlanks(std::string_view &text)
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
 }
 
-// Takes one field from the front of the line; what follows it is a blank or the end.
+/// Takes one field from the front of the line; what follows it is a blank or the end.
 bool takeField(std::string_view &line, Field &field, std::string &problem)
 {
     const std::size_t opening = line.find("=|");

@@ -6,7 +6,7 @@
 namespace wire {
 namespace {
 
-// Room that is kept from one frame to the next; what a rare long frame took is given back.
+/// Room that is kept from one frame to the next; what a rare long frame took is given back.
 constexpr std::size_t keptBytes = 128 * 1024;
 
 } // namespace
@@ -33,7 +33,7 @@ FrameReader::Status FrameReader::take(std::string_view &piece)
     return Status::frame;
 }
 
-// Status::frame here means that the header is complete.
+/// Status::frame here means that the header is complete.
 FrameReader::Status FrameReader::takeHeader(std::string_view &piece)
 {
     while (m_headerBytes < frameHeaderBytes && !piece.empty()) {

@@ -15,12 +15,12 @@ constexpr std::uint8_t flagQueued = 1;
 constexpr std::uint8_t flagOffset = 2;
 constexpr std::uint8_t flagHash = 4;
 constexpr std::uint64_t noObject = ~std::uint64_t{0};
-constexpr std::size_t maxShortTextBytes = 4096; // texts of a hello and of an error
+constexpr std::size_t maxShortTextBytes = 4096; ///< texts of a hello and of an error
 
 constexpr std::string_view requestLetters = "HSCODQE";
 constexpr std::string_view answerLetters = "WRODAXPZ";
 
-// Writes the header now and the length when the payload stands.
+/// Writes the header now and the length when the payload stands.
 class FrameWriter
 {
 public:
@@ -70,7 +70,7 @@ std::string takeText(ByteReader &reader, std::size_t maxBytes)
     return std::string(reader.text(maxBytes));
 }
 
-// A whole payload that is one number.
+/// A whole payload that is one number.
 std::optional<std::uint64_t> decodeNumber(std::string_view payload)
 {
     ByteReader reader(payload);
@@ -90,7 +90,7 @@ std::optional<Frame> finish(const ByteReader &reader, Frame frame)
     return reader.complete() ? std::optional<Frame>(std::move(frame)) : std::nullopt;
 }
 
-// Error texts are cut to what a receiver accepts, at a character boundary.
+/// Error texts are cut to what a receiver accepts, at a character boundary.
 std::string_view shortened(std::string_view text)
 {
     if (text.size() <= maxShortTextBytes) {

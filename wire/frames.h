@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
-// The frames of docs/protocol.md: a type (one letter), the length of the payload (32 bits), the payload.
-// append() writes a whole frame to the end of `out`; decodeX() reads a payload and gives no value when it is
-// malformed, has bytes missing or left over. Views in decoded frames point into the payload.
+/// The frames of docs/protocol.md: a type (one letter), the length of the payload (32 bits), the payload.
+/// append() writes a whole frame to the end of `out`; decodeX() reads a payload and gives no value when it is
+/// malformed, has bytes missing or left over. Views in decoded frames point into the payload.
 namespace wire {
 
 enum class FrameType : char
@@ -38,16 +38,16 @@ enum class Direction
     answer
 };
 
-// No value for a letter that starts no frame in this direction.
+/// No value for a letter that starts no frame in this direction.
 [[nodiscard]] std::optional<FrameType> frameTypeOf(char letter, Direction direction);
 
-// The longest payload of a frame of this type.
+/// The longest payload of a frame of this type.
 [[nodiscard]] std::size_t maxPayloadBytes(FrameType type);
 
 inline constexpr std::size_t frameHeaderBytes = 5;
 
 using Nonce = std::array<std::uint8_t, 16>;
-using Hash = std::array<std::uint8_t, 16>; // XXH3 128 bits, canonical (big-endian) form
+using Hash = std::array<std::uint8_t, 16>; ///< XXH3 128 bits, canonical (big-endian) form
 
 struct HelloFrame
 {
@@ -87,7 +87,7 @@ struct ObjectFrame
 
 struct QueryFrame
 {
-    std::string objectName; // may be empty: only the last command is asked for
+    std::string objectName; ///< may be empty: only the last command is asked for
 };
 
 struct WelcomeFrame
@@ -111,14 +111,14 @@ struct AcknowledgedFrame
 
 struct ErrorFrame
 {
-    std::uint64_t number = 0; // 0: the request as a whole
+    std::uint64_t number = 0; ///< 0: the request as a whole
     ErrorInfo error;
 };
 
 struct ProgressFrame
 {
     std::uint64_t lastNumber = 0;
-    std::optional<std::uint64_t> objectBytes; // no value: there is no such object
+    std::optional<std::uint64_t> objectBytes; ///< no value: there is no such object
 };
 
 struct CompleteFrame
@@ -139,10 +139,10 @@ void append(std::string &out, const ProgressFrame &frame);
 void append(std::string &out, const CompleteFrame &frame);
 void appendEnd(std::string &out);
 
-// The header of a data frame whose `bytes` (1 to 65,536) the caller writes behind it.
+/// The header of a data frame whose `bytes` (1 to 65,536) the caller writes behind it.
 void appendDataHeader(std::string &out, std::size_t bytes);
 
-// A value as its object frame and as many data frames as it takes.
+/// A value as its object frame and as many data frames as it takes.
 void appendValue(std::string &out, std::string_view name, const Value &value);
 
 [[nodiscard]] std::optional<HelloFrame> decodeHello(std::string_view payload);

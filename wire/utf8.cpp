@@ -10,7 +10,7 @@ namespace {
 struct Lead
 {
     std::size_t followers;
-    // Range of the byte after the lead: excludes overlong forms, surrogates, too large values.
+    /// Range of the byte after the lead: excludes overlong forms, surrogates, too large values.
     std::uint8_t firstLow;
     std::uint8_t firstHigh;
 };

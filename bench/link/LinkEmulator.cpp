@@ -137,7 +137,7 @@ void LinkEmulator::resetCounters()
     m_lateByMillisecond = 0;
 }
 
-// Lateness is how long after its time a packet was handed over: what a loaded machine does to the emulation.
+/// Lateness is how long after its time a packet was handed over: what a loaded machine does to the emulation.
 void LinkEmulator::printCounters() const
 {
     std::cout << '{';

@@ -12,21 +12,21 @@
 #include <poll.h>
 #include <string>
 
-// Carries packets between two devices, and obeys the lines of the standard input: `set SETTING ...` changes
-// settings, `stats` and `reset` print the counters as JSON, the latter before it zeroes them.
+/// Carries packets between two devices, and obeys the lines of the standard input: `set SETTING ...` changes
+/// settings, `stats` and `reset` print the counters as JSON, the latter before it zeroes them.
 class LinkEmulator
 {
 public:
-    // The devices outlive the emulator.
+    /// The devices outlive the emulator.
     LinkEmulator(const TunDevice &near, const TunDevice &far, const LinkPair &settings);
 
-    // Until the end of the standard input.
+    /// Until the end of the standard input.
     void run();
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    // One direction with the devices at its ends.
+    /// One direction with the devices at its ends.
     struct Lane
     {
         const TunDevice &from;
@@ -38,7 +38,7 @@ private:
     void waitForWork(std::array<pollfd, 3> &waiting) const;
     void takeArrivals(Lane &lane);
     void deliverDue(Lane &lane);
-    // False at the end of the input.
+    /// False at the end of the input.
     [[nodiscard]] bool readInput();
     void obey(const std::string &line);
     void applySettings();

@@ -24,8 +24,8 @@
 
 namespace {
 
-// A late emulator measures the machine's other work, so it goes before everything else where it may, and its
-// timers are not rounded. It sleeps between packets: about a tenth of a core at 100 Mbit/s.
+/// A late emulator measures the machine's other work, so it goes before everything else where it may, and its
+/// timers are not rounded. It sleeps between packets: about a tenth of a core at 100 Mbit/s.
 void askForPunctuality()
 {
     ::prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
@@ -45,7 +45,7 @@ struct Arguments
     LinkPair settings;
 };
 
-// False when a word is not understood or a namespace is missing.
+/// False when a word is not understood or a namespace is missing.
 bool parseArguments(int count, char **words, Arguments &arguments)
 {
     for (int index = 1; index < count; ++index) {

@@ -17,7 +17,7 @@ constexpr std::array<std::pair<std::string_view, Field>, 4> fields{{
     {"queue-packets", &LinkSettings::queuePackets},
 }};
 
-// The largest number that still leaves room for the arithmetic on nanoseconds and bits.
+/// The largest number that still leaves room for the arithmetic on nanoseconds and bits.
 constexpr std::int64_t largestNumber = 1'000'000'000'000;
 
 std::optional<std::int64_t> parseNumber(std::string_view text)

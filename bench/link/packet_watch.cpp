@@ -9,8 +9,8 @@ using Bytes = std::span<const std::byte>;
 
 struct Segment
 {
-    std::uint64_t connection; // the same in both directions
-    bool opens;               // SYN without ACK
+    std::uint64_t connection; ///< the same in both directions
+    bool opens;               ///< SYN without ACK
     Bytes data;
 };
 
@@ -24,7 +24,7 @@ std::size_t shortAt(Bytes bytes, std::size_t index)
     return byteAt(bytes, index) << 8U | byteAt(bytes, index + 1);
 }
 
-// RFC 791 and RFC 9293. An empty answer: not TCP over IPv4, or cut short.
+/// RFC 791 and RFC 9293. An empty answer: not TCP over IPv4, or cut short.
 std::optional<Segment> parseSegment(Bytes packet, PacketWatch::Direction direction)
 {
     constexpr std::size_t shortestHeader = 20;
@@ -51,7 +51,7 @@ std::optional<Segment> parseSegment(Bytes packet, PacketWatch::Direction directi
                    (flags & (synchronise | acknowledge)) == synchronise, segment.subspan(tcpHeader)};
 }
 
-// A TLS record of type handshake that begins with a ClientHello (RFC 8446, sections 4 and 5.1).
+/// A TLS record of type handshake that begins with a ClientHello (RFC 8446, sections 4 and 5.1).
 bool beginsHandshake(Bytes data)
 {
     return data.size() > 5 && byteAt(data, 0) == 0x16 && byteAt(data, 1) == 0x03 && byteAt(data, 5) == 0x01;

@@ -29,7 +29,7 @@ int openOrFail(const std::string &path, int flags)
     return descriptor;
 }
 
-// Enters a network namespace and goes back at the end of the scope.
+/// Enters a network namespace and goes back at the end of the scope.
 class NamespaceVisit
 {
 public:

@@ -34,8 +34,8 @@ void decodeObjects(const vrc::Answer &answer)
 
 } // namespace
 
-// The first byte says what the request had asked for, the second how long the pieces are, the rest is the
-// answer.
+/// The first byte says what the request had asked for, the second how long the pieces are, the rest is the
+/// answer.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     if (size < 2) {

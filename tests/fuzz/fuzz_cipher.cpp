@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::size_t maxText = 255; // of the field that a stored form is made in
+constexpr std::size_t maxText = 255; ///< of the field that a stored form is made in
 
 std::string hex(const unsigned char *bytes, std::size_t count)
 {
@@ -105,7 +105,7 @@ void decipherAnything(const std::string &key, const std::string &text, int size)
 
 } // namespace
 
-// The first byte is the length of the key, the second the size of a field, the rest key and text.
+/// The first byte is the length of the key, the second the size of a field, the rest key and text.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     if (size < 3) {

@@ -29,7 +29,7 @@ void runLocally(vrc::LocalState &state, const wire::Command &command)
 
 } // namespace
 
-// One command a line: what parses is written back as it was, and local ones run over objects that live on.
+/// One command a line: what parses is written back as it was, and local ones run over objects that live on.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     std::string_view text(reinterpret_cast<const char *>(data), size);

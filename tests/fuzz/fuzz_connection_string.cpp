@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-// Whatever the string holds, an accepted one names a host that can stand in an address.
+/// Whatever the string holds, an accepted one names a host that can stand in an address.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const std::string_view text(reinterpret_cast<const char *>(data), size);

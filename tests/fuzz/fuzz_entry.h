@@ -9,10 +9,10 @@
 #include <cstring>
 #include <filesystem>
 
-// The entry that libFuzzer, or the replay of a corpus, calls with one input.
+/// The entry that libFuzzer, or the replay of a corpus, calls with one input.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-// What has to hold for every input; ends the program loudly in every build.
+/// What has to hold for every input; ends the program loudly in every build.
 inline void ensure(bool condition)
 {
     if (!condition) {
@@ -20,8 +20,8 @@ inline void ensure(bool condition)
     }
 }
 
-// Ends the program where the target itself cannot work: that says nothing about the input, so that libFuzzer
-// must not keep it, and nothing about the inputs to come, so that the run counts as failed.
+/// Ends the program where the target itself cannot work: that says nothing about the input, so that libFuzzer
+/// must not keep it, and nothing about the inputs to come, so that the run counts as failed.
 [[noreturn]] inline void cannotGoOn(const char *what)
 {
     std::fprintf(stderr, "the target cannot go on: %s: %s\n", what, std::strerror(errno));
@@ -29,7 +29,7 @@ inline void ensure(bool condition)
     std::_Exit(75); // EX_TEMPFAIL
 }
 
-// What a target that stores something needs on its disk, now and after an expectation that does not hold.
+/// What a target that stores something needs on its disk, now and after an expectation that does not hold.
 inline void requireRoom(const std::filesystem::path &folder)
 {
     constexpr std::uintmax_t neededBytes = 16 * 1024 * 1024;

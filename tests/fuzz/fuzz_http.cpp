@@ -140,7 +140,7 @@ void serve(HttpSite &site, const std::string &request)
 
 } // namespace
 
-// First byte odd: the port of the clients; even: the portal.
+/// First byte odd: the port of the clients; even: the portal.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static Server server;

@@ -25,7 +25,7 @@
 namespace {
 
 constexpr std::uint8_t longLists = 255;
-constexpr int maxCommands = 100'000; // a handful of lists of 10,000 entries
+constexpr int maxCommands = 100'000; ///< a handful of lists of 10,000 entries
 
 /// What a good server answers, for the commands that the input says nothing about.
 constexpr std::pair<std::string_view, std::string_view> goodAnswers[] = {

@@ -70,7 +70,7 @@ void checkStem(std::string_view name)
 
 } // namespace
 
-// Everything in the backend and the agent that reads what others wrote, over the same bytes.
+/// Everything in the backend and the agent that reads what others wrote, over the same bytes.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const std::string_view text(reinterpret_cast<const char *>(data), size);

@@ -72,7 +72,7 @@ void checkErrorText(const std::wstring &text)
 
 } // namespace
 
-// A text of the command line, of a configuration file or of a server.
+/// A text of the command line, of a configuration file or of a server.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     std::wstring text = UTF8tow(std::string(reinterpret_cast<const char *>(data), size));

@@ -120,8 +120,8 @@ void useConfigurationFile(const Machine &machine, const QByteArray &bytes)
 
 } // namespace
 
-// The first byte says which file the rest is: that of a user, that of the machine, a configuration file that
-// is read, or a text to store; or, from installChoice on, which text is installed from a configuration file.
+/// The first byte says which file the rest is: that of a user, that of the machine, a configuration file that
+/// is read, or a text to store; or, from installChoice on, which text is installed from a configuration file.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     if (size == 0) {

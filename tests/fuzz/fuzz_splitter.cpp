@@ -77,7 +77,7 @@ void compare(const std::wstring &line)
 
 } // namespace
 
-// First byte odd: the rest is UTF-8; even: each byte of the rest stands for one of a few characters.
+/// First byte odd: the rest is UTF-8; even: each byte of the rest stands for one of a few characters.
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     if (size == 0) {

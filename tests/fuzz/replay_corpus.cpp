@@ -7,8 +7,8 @@
 #include <iterator>
 #include <string>
 
-// Runs the entry over every file of the folder that is named on the command line. An empty corpus is a
-// failure.
+/// Runs the entry over every file of the folder that is named on the command line. An empty corpus is a
+/// failure.
 int main(int argc, char **argv)
 {
     if (argc != 2) {

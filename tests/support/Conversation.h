@@ -41,8 +41,8 @@ struct Exchange
 {
     std::vector<Line> request;
     std::vector<Line> answer;
-    bool isLost =
-        false; ///< the answer does not arrive, or the connection is lost before the end of the request
+    /// The answer does not arrive, or the connection is lost before the end of the request.
+    bool isLost = false;
 };
 
 [[nodiscard]] std::vector<Script> readAll(const std::filesystem::path &folder);

@@ -103,7 +103,8 @@ private:
     std::string m_recordedToServer;
     std::string m_recordedToClient;
     mutable std::mutex m_mutex;
-    std::array<LoopbackSocket, 2> m_wake = LoopbackSocket::pair(); // readable at one end when the relay ends
+    /// Readable at one end when the relay ends.
+    std::array<LoopbackSocket, 2> m_wake = LoopbackSocket::pair();
     std::list<Pair> m_pairs;
     std::thread m_acceptor;
 };

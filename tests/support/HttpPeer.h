@@ -38,7 +38,7 @@ private:
     const LoopbackSocket &m_socket;
     std::string m_buffer;
     std::string m_header;
-    std::size_t m_missing = 0; // of the body, or of the chunk
+    std::size_t m_missing = 0; ///< of the body, or of the chunk
     bool m_isChunked = false;
     bool m_isOver = false;
 };

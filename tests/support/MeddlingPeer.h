@@ -71,5 +71,5 @@ private:
     std::vector<PassedCommand> m_passed;
     std::vector<std::string> m_answered;
     std::vector<std::string> m_descriptions;
-    HttpPeer m_peer; // the last one: its thread uses the others
+    HttpPeer m_peer; ///< the last one: its thread uses the others
 };

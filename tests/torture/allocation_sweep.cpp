@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr std::size_t selected = 45;         // allocations of a class without --every
-constexpr std::int64_t harmlessGrowth = 200; // blocks: idle transports that are kept, an error that is
+constexpr std::size_t selected = 45;         ///< allocations of a class without --every
+constexpr std::int64_t harmlessGrowth = 200; ///< blocks: idle transports and an error that are kept
 
 class AllocationSweep
 {

@@ -13,7 +13,7 @@
 namespace {
 
 constexpr std::size_t largeBytes = std::size_t{8} * 1024 * 1024;
-constexpr std::size_t brokenConnections = 64; // "every one" of an upload
+constexpr std::size_t brokenConnections = 64; ///< "every one" of an upload
 
 struct Kind
 {

@@ -136,7 +136,7 @@ void operator delete[](void *pointer, std::size_t) noexcept
     release(pointer);
 }
 
-// The linker leads the calls of the three functions here (--wrap), and from here to the library.
+/// The linker leads the calls of the three functions here (--wrap), and from here to the library.
 extern "C" {
 void *__real_VrOpenRequest(const char *connection);
 int __real_VrCommand(void *request, const char *command, char *result, int capacity, int *extra);

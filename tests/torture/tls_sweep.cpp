@@ -16,7 +16,7 @@
 
 namespace {
 
-// TLS 1.3 hides the end of a handshake, and an alert, in records of application data.
+/// TLS 1.3 hides the end of a handshake, and an alert, in records of application data.
 constexpr std::size_t handshakeBytes = 128;
 
 /// Bytes in records of application data.

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int answerCapacity = 8192; // characters
+constexpr int answerCapacity = 8192; ///< characters
 constexpr int errorDetailBytes = 2048;
 constexpr int maximumEntries = 10'000;
 

@@ -14,13 +14,13 @@
 namespace {
 
 constexpr int errorInfoBytes = 4096;
-constexpr int bytesPerCharacter = 4; // the longest UTF-8 sequence
+constexpr int bytesPerCharacter = 4; ///< the longest UTF-8 sequence
 
 /// The caller's buffer for a result, which may be none.
 struct ResultBuffer
 {
     wchar_t *text;
-    int capacity; // characters, terminator included
+    int capacity; ///< characters, terminator included
 
     [[nodiscard]] bool wanted() const { return text != nullptr && capacity > 0; }
 

@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr int errorAnswerCapacity = 1024; // characters
+constexpr int errorAnswerCapacity = 1024; ///< characters
 
 struct CloseRequest
 {

@@ -4,7 +4,7 @@
 #include <QSettings>
 
 #ifdef Q_OS_MACOS
-using GuardedSettings = QSettings; // a system service keeps the stores
+using GuardedSettings = QSettings; ///< a system service keeps the stores
 #else
 
 #include "vrp/settings/StoreLock.h"

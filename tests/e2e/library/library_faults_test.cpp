@@ -90,7 +90,7 @@ protected:
     }
 
     static std::unique_ptr<ServerProcess> s_server;
-    static std::size_t s_stored; // documents on the server
+    static std::size_t s_stored; ///< documents on the server
     TemporaryFolder m_folder;
     std::uint32_t m_seed = 0;
     bool m_isDone = false;
@@ -141,7 +141,7 @@ TEST_F(UploadFaults, a_line_that_closes_every_time_still_gets_the_document_throu
     }
 }
 
-// A reset also takes what has arrived and was not read yet: such a line may carry nothing at all.
+/// A reset also takes what has arrived and was not read yet: such a line may carry nothing at all.
 TEST_F(UploadFaults, a_line_that_resets_every_time_gets_the_document_through_or_says_so)
 {
     for (const std::uint64_t bytes : {70'000U, 100'000U, 150'000U}) {
@@ -156,7 +156,7 @@ TEST_F(UploadFaults, a_line_that_never_carries_anything_is_a_network_error)
     EXPECT_FALSE(m_isDone);
 }
 
-// Without TLS nothing else notices: the sizes are right, the contents are not.
+/// Without TLS nothing else notices: the sizes are right, the contents are not.
 TEST_F(UploadFaults, a_corrupted_block_is_never_stored)
 {
     const std::string path = m_folder.write("document", incompressibleText(200'000, 77));
@@ -190,7 +190,7 @@ TEST_F(UploadFaults, closing_within_the_block_loop_does_not_wait_for_it)
     EXPECT_EQ(relay.connections(), 2U);
 }
 
-// What a send does: directory, upload and portal, one after the other.
+/// What a send does: directory, upload and portal, one after the other.
 TEST_F(UploadFaults, requests_to_the_same_server_share_a_connection)
 {
     const std::string path = m_folder.write("document", incompressibleText(200'000, 9));

@@ -89,8 +89,8 @@ TEST_F(LibraryThreads, each_get_their_own_documents_stored_whole)
     EXPECT_EQ(m_server.documents().size(), uploads.size());
 }
 
-// A connection is used by one request at a time and then by the next: as many do as there are requests at
-// once.
+/// A connection is used by one request at a time and then by the next: as many do as there are requests at
+/// once.
 TEST_F(LibraryThreads, need_no_more_connections_than_there_are_threads)
 {
     const FaultRelay relay(m_server.plainPort(), {});
@@ -112,7 +112,7 @@ TEST_F(LibraryThreads, need_no_more_connections_than_there_are_threads)
     EXPECT_EQ(relay.connections(), after) << "one after the other they share what is there";
 }
 
-// What breaks the connections of some leaves the documents of the others alone.
+/// What breaks the connections of some leaves the documents of the others alone.
 TEST_F(LibraryThreads, get_their_documents_stored_whole_where_connections_are_lost)
 {
     std::vector<Fault> faults;

@@ -98,8 +98,8 @@ void openWithBlock(LibraryRequest &request, const std::string &login, const std:
 
 } // namespace
 
-// Of the appends of the block loop, and of everything else that an upload sends. The second loss is the one
-// that the program hears of, but for the first request: its connection was not kept from an earlier one.
+/// Of the appends of the block loop, and of everything else that an upload sends. The second loss is the one
+/// that the program hears of, but for the first request: its connection was not kept from an earlier one.
 TEST_F(LostAnswers, to_any_request_of_an_upload_store_one_document)
 {
     MeddlingPeer peer(s_server->plainPort());
@@ -118,8 +118,8 @@ TEST_F(LostAnswers, to_any_request_of_an_upload_store_one_document)
     }
 }
 
-// Without an offset, since the library does not know the object: its number alone keeps it from being
-// appended twice.
+/// Without an offset, since the library does not know the object: its number alone keeps it from being
+/// appended twice.
 TEST_F(LostAnswers, to_an_append_that_is_repeated_append_once)
 {
     MeddlingPeer peer(s_server->plainPort());

@@ -253,7 +253,7 @@ TEST(TlsUpload, prints_a_document)
     EXPECT_EQ(server.documents().size(), 1U);
 }
 
-// An installation that names its authority is never trusted less strictly.
+/// An installation that names its authority is never trusted less strictly.
 TEST(TlsUpload, an_authority_that_cannot_be_read_trusts_nobody)
 {
     ServerProcess server;
@@ -297,10 +297,10 @@ namespace {
 struct CertificateCase
 {
     std::string name;
-    std::string end; // of its time
+    std::string end; ///< of its time
     std::string subjectName;
     bool isTrusted;
-    std::string check; // what the description says
+    std::string check; ///< what the description says
 };
 
 /// key.pem and cert.pem: signed by itself, for a time and a name.

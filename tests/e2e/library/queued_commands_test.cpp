@@ -43,7 +43,7 @@ std::unique_ptr<ServerProcess> QueuedCommands::s_server;
 
 } // namespace
 
-// Login, the size that ends each of two queues, the procedure, the close.
+/// Login, the size that ends each of two queues, the procedure, the close.
 TEST_F(QueuedCommands, an_upload_waits_five_times)
 {
     const std::string log = (m_folder.path() / "log").string();

@@ -9,8 +9,8 @@
 namespace {
 
 constexpr std::uint64_t blockBytes = 65536;
-constexpr int relayBuffer = 4096; // the system takes twice as much, and may double that once more
-constexpr std::uint64_t inRelay = 4 * relayBuffer; // at most, beside what has passed
+constexpr int relayBuffer = 4096; ///< the system takes twice as much, and may double that once more
+constexpr std::uint64_t inRelay = 4 * relayBuffer; ///< at most, beside what has passed
 
 /// A line that carries 50 kB/s to the server, each of its connections.
 class SlowLine : public testing::Test
@@ -68,8 +68,8 @@ protected:
 
 } // namespace
 
-// Counted in bytes, not in time: a cancel waits for the command that is under way, and what has been handed
-// over to the system when the session is closed goes nowhere.
+/// Counted in bytes, not in time: a cancel waits for the command that is under way, and what has been handed
+/// over to the system when the session is closed goes nowhere.
 TEST_F(SlowLine, a_session_close_within_the_block_loop_takes_effect_within_a_block)
 {
     LibraryRequest request(plainConnection(m_relay.port()));

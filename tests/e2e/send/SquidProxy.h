@@ -23,7 +23,7 @@ private:
     void writeConfiguration(const std::string &user, const std::string &password) const;
     void start();
 
-    TemporaryFolder m_folder; // squid takes no blanks in a path
+    TemporaryFolder m_folder; ///< squid takes no blanks in a path
     int m_port;
     pid_t m_pid = -1;
 };

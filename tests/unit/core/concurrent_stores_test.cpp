@@ -133,7 +133,7 @@ protected:
         }
     }
 
-    ScopedVariable m_memory{"TMPDIR", "/dev/shm"}; // where writes follow each other fastest
+    ScopedVariable m_memory{"TMPDIR", "/dev/shm"}; ///< where writes follow each other fastest
     SettingsFolder m_settings;
     FreshMain m_main;
 };

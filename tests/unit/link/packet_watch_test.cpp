@@ -15,7 +15,7 @@ constexpr unsigned acknowledge = 0x10;
 constexpr std::string_view clientHello{"\x16\x03\x01\x02\x00\x01", 6};
 constexpr std::string_view serverHello{"\x16\x03\x03\x02\x00\x02", 6};
 
-// IPv4 and TCP headers without options; ports 40000 (near) and 443 (far).
+/// IPv4 and TCP headers without options; ports 40000 (near) and 443 (far).
 std::vector<std::byte> segment(Direction direction, unsigned flags, std::string_view data = {})
 {
     std::vector<std::byte> packet(40);

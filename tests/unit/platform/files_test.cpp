@@ -265,7 +265,7 @@ TEST_F(Files, a_copy_that_cannot_be_made_fails_with_its_error)
     }
 }
 
-// Which error reading a folder gives is the file system's choice.
+/// Which error reading a folder gives is the file system's choice.
 TEST_F(Files, a_folder_cannot_be_copied)
 {
     VrpsSetLastError(0);

@@ -27,7 +27,7 @@ std::string value(const std::string &name, const wire::Value &content)
 const std::string endFrame = frames(wire::CompleteFrame{5});
 const std::string resultFrame = frames(wire::ResultFrame{5, "42"});
 
-// Commands 3 to 5, the last of which waits.
+/// Commands 3 to 5, the last of which waits.
 Expectation waiting()
 {
     Expectation expectation;
@@ -55,7 +55,7 @@ wire::ErrorFrame errorOf(std::uint64_t number)
     return {number, wire::makeError(wire::errors::unknownUser)};
 }
 
-// 0: the answer was taken; else the code of LOCAL/REQUEST.
+/// 0: the answer was taken; else the code of LOCAL/REQUEST.
 std::uint32_t codeFor(const Expectation &expectation, const std::string &bytes)
 {
     AnswerReader reader(expectation);

@@ -59,7 +59,7 @@ TEST_F(Compress, the_result_is_readable_by_its_owner_alone)
     EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
-// A sender that cuts into blocks of 64 KiB counts one block too few for an exact multiple.
+/// A sender that cuts into blocks of 64 KiB counts one block too few for an exact multiple.
 TEST_F(Compress, the_length_is_never_a_multiple_of_the_block_length)
 {
     std::mt19937 random(7);

@@ -286,7 +286,7 @@ TEST_F(LocalCommands, a_file_of_two_gibibytes_is_refused)
     EXPECT_EQ(codeOf("VR_CMD=|LOCAL:OBJECT:FILE_COMPRESS| NAME=|HUGE| DNAME=|OUT|"), "130");
 }
 
-// A limit of this process stands in for a full disk.
+/// A limit of this process stands in for a full disk.
 TEST_F(LocalCommands, a_disk_that_takes_no_more_is_an_error_of_writing)
 {
     const std::string text = incompressibleText(200'000);

@@ -45,7 +45,7 @@ QueuedCommand kept(std::uint64_t number, const std::string &name, std::size_t by
     return other;
 }
 
-// "1R 2S0+100 3A0": number, kind, and where the bytes are.
+/// "1R 2S0+100 3A0": number, kind, and where the bytes are.
 std::string textAfter(const PendingQueue &queue, std::uint64_t number)
 {
     std::string text;
@@ -194,7 +194,7 @@ TEST(PendingQueue, knows_what_takes_long_and_what_may_fail)
     EXPECT_TRUE(queue.forgiven().empty());
 }
 
-// Commands 1 (makes R), 2 and 3 (a block), 4 (removes R).
+/// Commands 1 (makes R), 2 and 3 (a block), 4 (removes R).
 TEST(PendingQueue, tells_a_size_only_where_the_blocks_alone_decide_it)
 {
     PendingQueue queue;

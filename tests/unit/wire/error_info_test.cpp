@@ -17,7 +17,7 @@ Triple tripleOf(std::string_view service, std::string_view errorClass, std::uint
     return std::string(service) + "/" + std::string(errorClass) + "/" + std::to_string(code);
 }
 
-// The rows of the two tables below the heading "Errors".
+/// The rows of the two tables below the heading "Errors".
 std::set<Triple> documentedErrors()
 {
     std::ifstream page(VAREK_SOURCE_DIR "/docs/protocol.md");
