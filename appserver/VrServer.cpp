@@ -137,6 +137,10 @@ void VrServer::announce(std::ostream &out)
         m_isFirstStart = false;
     }
     out << "ready\n" << std::flush;
+    // Whoever started the server waits for this word.
+    if (!out) {
+        throw std::runtime_error("nobody could be told that the server is ready");
+    }
 }
 
 void VrServer::reload()

@@ -220,6 +220,19 @@ TEST_F(DataFolderTest, a_password_that_nobody_could_read_is_replaced_and_shown_b
     EXPECT_THAT(third.str(), ::testing::Not(HasSubstr("demo password")));
 }
 
+TEST_F(DataFolderTest, a_later_start_that_nobody_is_told_of_fails_and_the_next_one_is_ready)
+{
+    const ServerOptions options =
+        optionsOf({"--data", (folder / "data").c_str(), "--port", "0", "--portal-port", "0"});
+    std::ostringstream first;
+    VrServer(options).announce(first);
+    std::ostream nowhere(nullptr);
+    EXPECT_THROW(VrServer(options).announce(nowhere), std::runtime_error);
+    std::ostringstream third;
+    VrServer(options).announce(third);
+    EXPECT_THAT(third.str(), ::testing::EndsWith("\nready\n"));
+}
+
 TEST_F(DataFolderTest, a_configuration_that_is_made_anew_is_no_first_start)
 {
     DataFolder data(folder / "data");
