@@ -9,7 +9,7 @@ A run is recorded first; then it is repeated once for each call and error. Calls
 import re
 
 # Comes first: it says where the modules of the printing tests are.
-from traced_runs import injector, is_chosen, run_sweep, spread, was_injected, without_repetitions
+from traced_runs import injector, is_chosen, run_sweep, share, spread, was_injected, without_repetitions
 
 from agent_faults import AgentFaults
 from backend_faults import BackendFaults
@@ -55,7 +55,7 @@ def run_case(report, scenario, call, error):
     if came or complaints:
         report.add(scenario.name, completed, complaints, "%s at %s" % (error, call))
     else:
-        report.miss(scenario.name)
+        report.miss(scenario.name, "%s at %s" % (error, call))
 
 
 def sweep(report, every):
@@ -66,7 +66,7 @@ def sweep(report, every):
     install = InstallationFaults("install")
     scenarios += [install, InstallationFaults("uninstall"), *server_scenarios(server, desk)]
     for scenario in filter(lambda each: is_chosen(each.name), scenarios):
-        for call, error in spread(cases_of(scenario), None if every else SELECTED[scenario.name]):
+        for call, error in share(spread(cases_of(scenario), None if every else SELECTED[scenario.name])):
             run_case(report, scenario, call, error)
     server.stop()
 

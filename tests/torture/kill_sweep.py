@@ -97,7 +97,7 @@ def sweep_calls(report, scenario, name, every):
         if came or complaints:
             report.add(name + " at a call", completed, complaints, "killed at %s" % call)
         else:
-            report.miss(name + " at a call")
+            report.miss(name + " at a call", str(call))
 
 
 def sweep(report, every):

@@ -238,6 +238,12 @@ class UploadFaults(SendFaults):
         super().__init__("send", server, desk)
         self.name = "server, upload"
 
+    def prepare(self):
+        # Anew for each: a server that has stored a document reads less for the next one.
+        self.server.stop()
+        self.server.start()
+        super().prepare()
+
     def concerns(self, call):
         return Server.DATA in call.text
 

@@ -47,7 +47,7 @@ class ServerKills:
             if came or complaints:
                 report.add("server at a call", said_sent, complaints, "killed at %s" % call)
             else:
-                report.miss("server at a call")
+                report.miss("server at a call", str(call))
         self.server.start()
 
 

@@ -24,9 +24,9 @@ class Report:
         self.classes = {}
         self.missed = {}
 
-    def miss(self, name):
+    def miss(self, name, what):
         """A case whose fault never came; it does not count. Too many of them, and the sweep proves nothing."""
-        self.missed[name] = self.missed.get(name, 0) + 1
+        self.missed.setdefault(name, []).append(what)
 
     def add(self, name, completed, complaints, what):
         counts = self.classes.setdefault(name, [0, 0, 0])
@@ -38,9 +38,11 @@ class Report:
     def finish(self):
         for name, (completed, refused, violations) in sorted(self.classes.items()):
             print("sweep|%s|%d|%d|%d|%d" % (name, completed + refused, completed, refused, violations), flush=True)
-        scarce = [name for name, count in self.missed.items() if count > 2 + sum(self.classes.get(name, [0, 0, 0])[:2]) // 5]
+        scarce = [name for name, missed in self.missed.items()
+                  if len(missed) > 2 + sum(self.classes.get(name, [0, 0, 0])[:2]) // 5]
         for name in scarce:
-            print("%s: in %d cases the fault never came" % (name, self.missed[name]), file=sys.stderr)
+            print("%s: in %d cases the fault never came:" % (name, len(self.missed[name])), *self.missed[name], sep="\n  ",
+                  file=sys.stderr)
         return 1 if scarce or not self.classes or any(counts[2] for counts in self.classes.values()) else 0
 
 
@@ -50,8 +52,8 @@ def is_chosen(name):
 
 
 def run_sweep(sweep):
-    """The main function of a sweep: SCRIPT BUILD_FOLDER [--every] [--class NAME]. `sweep` gets a Report and whether to run
-    every case. SIGTERM ends it early, with the table so far."""
+    """The main function of a sweep: SCRIPT BUILD_FOLDER [--every] [--class NAME] [--share K/N]. `sweep` gets a Report and
+    whether to run every case; `share` says what of them. SIGTERM ends it early, with the table so far."""
     os.environ["VAREK_BUILD_DIR"] = os.path.abspath(sys.argv[1])
 
     def stop(*_):
@@ -74,6 +76,15 @@ def spread(cases, count):
     if count is None or len(cases) <= count:
         return cases
     return [cases[(2 * i + 1) * len(cases) // (2 * count)] for i in range(count)]
+
+
+def share(cases):
+    """Every Nth of the cases from the Kth on with --share K/N (K from 1), so that N processes run them all; else all."""
+    if "--share" not in sys.argv:
+        return cases
+    first, step = map(int, sys.argv[sys.argv.index("--share") + 1].split("/"))
+    assert 1 <= first <= step
+    return cases[first - 1::step]
 
 
 class Call:
