@@ -24,31 +24,20 @@ def title_of(process):
     return words[words.index("-d") + 1] if "-d" in words[:-1] else ""
 
 
-class WindowHands(threading.Thread):
-    """Presses the button of every box and notes whose it was; types the password where one is asked for, but for
-    documents that are to be left alone."""
+class Hands(threading.Thread):
+    """Looks for windows on one display, and answers them: answer() says how."""
 
-    def __init__(self, display, password_of, left_alone):
+    def __init__(self, display):
         super().__init__(daemon=True)
         self._environment = {**os.environ, "DISPLAY": display}
-        self._password_of = password_of
-        self._left_alone = left_alone
         self._ended = threading.Event()
-        self.boxes = {}
 
     def run(self):
         while not self._ended.wait(0.5):
-            for window, title in self.windows(BOX):
-                if not title:
-                    continue  # it has just gone
-                self.boxes[title] = self.boxes.get(title, 0) + 1
-                self.key(window, "Return")
-                self._wait_until_gone(window)
-            for window, title in self.windows(CREDENTIALS):
-                if title and title not in self._left_alone:
-                    self._xdotool("type", "--window", window, self._password_of(title))
-                    self.key(window, "Return")
-                    self._wait_until_gone(window)
+            self.answer()
+
+    def answer(self):
+        raise NotImplementedError
 
     def end(self):
         self._ended.set()
@@ -68,7 +57,9 @@ class WindowHands(threading.Thread):
         self._xdotool("keydown", "--window", window, name)
         self._xdotool("keyup", name)
 
-    def _wait_until_gone(self, window):
+    def press(self, window, name):
+        """A key that closes the window: comes back when it has gone, or after two seconds."""
+        self.key(window, name)
         for _ in range(40):
             if self._ended.wait(0.05) or not self._xdotool("getwindowname", window):
                 return
@@ -77,3 +68,25 @@ class WindowHands(threading.Thread):
         done = subprocess.run(["xdotool", *words], env=self._environment, stdout=subprocess.PIPE,
                               stderr=subprocess.DEVNULL, check=False, timeout=XDOTOOL_SECONDS)
         return done.stdout.decode()
+
+
+class WindowHands(Hands):
+    """Presses the button of every box and notes whose it was; types the password where one is asked for, but for
+    documents that are to be left alone."""
+
+    def __init__(self, display, password_of, left_alone):
+        super().__init__(display)
+        self._password_of = password_of
+        self._left_alone = left_alone
+        self.boxes = {}
+
+    def answer(self):
+        for window, title in self.windows(BOX):
+            if not title:
+                continue  # it has just gone
+            self.boxes[title] = self.boxes.get(title, 0) + 1
+            self.press(window, "Return")
+        for window, title in self.windows(CREDENTIALS):
+            if title and title not in self._left_alone:
+                self._xdotool("type", "--window", window, self._password_of(title))
+                self.press(window, "Return")
