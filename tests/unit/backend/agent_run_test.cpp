@@ -1,27 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "backend/agent_run.h"
 
-#include "backend/cancel_signal.h"
-#include "backend/job_ticket.h"
-#include "backend/spool_names.h"
-#include "backend/waiting_jobs.h"
-#include "tests/unit/backend/scratch_folder.h"
+#include "tests/unit/backend/AgentTest.h"
 
 #include <gmock/gmock.h>
 
-#include <sys/file.h>
-#include <sys/wait.h>
-
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <sstream>
-#include <thread>
-#include <vector>
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
@@ -30,68 +17,7 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Writes each argument as one line of "calls", an empty line behind each call, and deletes the document.
-constexpr char obedientProgram[] = "#!/bin/sh\n"
-                                   "{ printf '%s\\n' \"$@\"; echo; } >>\"${0%/*}/calls\"\n"
-                                   "rm \"$6\"\n";
-
-class Agent : public testing::Test
-{
-protected:
-    Agent()
-    {
-        fs::create_directory(folder());
-        ::chmod(folder().c_str(), 0700);
-        installProgram(obedientProgram);
-    }
-
-    [[nodiscard]] fs::path folder() const { return scratch.path() / std::to_string(::geteuid()); }
-
-    void installProgram(const std::string &script) const { writeFile(scratch.path() / "vrp", script, 0755); }
-
-    void spool(const std::string &stem, const backend::JobTicket &ticket) const
-    {
-        writeFile(folder() / (stem + ".document"), "document " + stem);
-        writeFile(folder() / (stem + ".part"), formatTicket(ticket));
-        fs::rename(folder() / (stem + ".part"), folder() / (stem + ".ticket"));
-    }
-
-    void spool(const std::string &stem, const std::string &title = "Title") const
-    {
-        spool(stem, {"Varek", title, "desk7", "alice", 2, 1});
-    }
-
-    [[nodiscard]] backend::AgentOptions options() const
-    {
-        return {.spoolRoot = scratch.path(), .program = scratch.path() / "vrp", .displayWaitMs = 0};
-    }
-
-    int runOnce(bool display = true)
-    {
-        return backend::runAgent(options(),
-                                 {.displayOpens = [display] { return display; },
-                                  .tellUser = [this](const std::string &text) { told.push_back(text); }});
-    }
-
-    [[nodiscard]] std::string calls() const { return contents(scratch.path() / "calls"); }
-
-    [[nodiscard]] std::vector<std::string> files(const fs::path &where) const
-    {
-        std::vector<std::string> names;
-        for (const auto &entry : fs::directory_iterator(where)) {
-            if (entry.is_regular_file() && entry.path().filename() != "agent.lock") {
-                names.push_back(entry.path().filename());
-            }
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    [[nodiscard]] fs::path failed() const { return folder() / "failed"; }
-
-    ScratchFolder scratch;
-    std::vector<std::string> told;
-};
+using Agent = AgentTest;
 
 TEST_F(Agent, starts_the_program_with_the_ticket_as_arguments)
 {
@@ -329,119 +255,6 @@ TEST_F(Agent, has_nothing_to_do_without_a_folder)
 {
     fs::remove_all(folder());
     EXPECT_EQ(runOnce(), 0);
-}
-
-template <typename Condition>
-bool comesTrue(const Condition &condition)
-{
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
-
-class RunningAgent : public Agent
-{
-protected:
-    pid_t start(bool watch)
-    {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            backend::catchSignals();
-            backend::AgentOptions settings = options();
-            settings.watch = watch;
-            ::_exit(backend::runAgent(
-                settings, {.displayOpens = [] { return true; }, .tellUser = [](const std::string &) {}}));
-        }
-        return child;
-    }
-
-    static int endOf(pid_t child)
-    {
-        int status = -1;
-        ::waitpid(child, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-};
-
-TEST_F(RunningAgent, that_watches_starts_jobs_as_they_arrive_and_ends_on_request)
-{
-    const pid_t agent = start(true);
-    for (const char *stem : {"1-7-0", "2-8-0", "3-9-0"}) {
-        spool(stem, std::string("title ") + stem);
-        EXPECT_TRUE(
-            comesTrue([&] { return calls().find(std::string("title ") + stem) != std::string::npos; }));
-    }
-    ::kill(agent, SIGTERM);
-    EXPECT_EQ(endOf(agent), 0);
-    EXPECT_THAT(files(folder()), IsEmpty());
-}
-
-TEST_F(RunningAgent, that_watches_notices_its_users_first_job)
-{
-    fs::remove_all(folder());
-    writeFile(scratch.path() / backend::newFolderMarker, "", 0644);
-    const pid_t agent = start(true);
-    fs::create_directory(folder());
-    ::chmod(folder().c_str(), 0700);
-    spool("1-7-0");
-    writeFile(scratch.path() / backend::newFolderMarker, "", 0644);
-    EXPECT_TRUE(comesTrue([&] { return !calls().empty(); }));
-    ::kill(agent, SIGTERM);
-    EXPECT_EQ(endOf(agent), 0);
-}
-
-TEST_F(RunningAgent, that_is_told_to_end_finishes_the_job_at_hand_and_leaves_the_next)
-{
-    installProgram("#!/bin/sh\necho started >\"${0%/*}/calls\"\n"
-                   "until [ -e \"${0%/*}/go\" ]; do sleep 0.01; done\nrm \"$6\"\n");
-    spool("1-7-0");
-    spool("2-8-0");
-    const pid_t agent = start(false);
-    ASSERT_TRUE(comesTrue([&] { return !calls().empty(); }));
-    ::kill(agent, SIGTERM);
-    writeFile(scratch.path() / "go", "");
-    EXPECT_EQ(endOf(agent), 0);
-    EXPECT_THAT(files(folder()), ElementsAre("2-8-0.document", "2-8-0.ticket"));
-}
-
-#ifdef __linux__
-TEST_F(RunningAgent, takes_its_program_along_when_it_is_killed)
-{
-    installProgram("#!/bin/sh\necho $$ >\"${0%/*}/calls\"\nexec tail -f /dev/null\n");
-    spool("1-7-0");
-    const pid_t agent = start(false);
-    ASSERT_TRUE(comesTrue([&] { return calls().ends_with("\n"); }));
-    const int program = static_cast<int>(::syscall(SYS_pidfd_open, std::stoi(calls()), 0));
-    ASSERT_GE(program, 0);
-    ::kill(agent, SIGKILL);
-    pollfd end{program, POLLIN, 0};
-    EXPECT_EQ(::poll(&end, 1, 20000), 1);
-    ::close(program);
-    EXPECT_EQ(endOf(agent), -1);
-}
-#endif
-
-TEST_F(RunningAgent, starts_each_job_once_however_many_agents_there_are)
-{
-    for (int i = 10; i < 30; ++i) {
-        spool(std::to_string(i) + "-7-0", "title " + std::to_string(i));
-    }
-    const pid_t agents[] = {start(false), start(false), start(false), start(false)};
-    for (const pid_t agent : agents) {
-        EXPECT_EQ(endOf(agent), 0);
-    }
-    const std::string all = calls();
-    for (int i = 10; i < 30; ++i) {
-        const std::string line = "\ntitle " + std::to_string(i) + "\n";
-        EXPECT_NE(all.find(line), std::string::npos) << line;
-        EXPECT_EQ(all.find(line, all.find(line) + 1), std::string::npos) << line;
-    }
-    EXPECT_THAT(files(folder()), IsEmpty());
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/platform/install.h"
 
-#include "tests/unit/printing/Workshop.h"
-#include "vrp/platform/text.h"
+#include "tests/unit/printing/InstallTest.h"
 
 #include <gmock/gmock.h>
 
@@ -12,70 +11,12 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr int yesNo = buttonYes | buttonNo;
+using Install = InstallTest;
+
 const Box installQuestion{"Setup;IntroInstall;Do you want to install the Varek printer ?", iconQuestion,
-                          yesNo};
-const Box uninstallQuestion{"Setup;IntroUninstall;Do you want to remove the Varek printer ?", iconQuestion,
-                            yesNo};
+                          buttonYes | buttonNo};
 const Box installed{"Setup;InstallOk;Installation successful.", iconInformation, buttonOk};
-const Box uninstalled{"Setup;UninstallOk;The Varek printer has been removed", iconInformation, buttonOk};
-const Box noPrinterName{"Errors;NoPrinterName;No printer name given."};
-const Box notInstalled{"Errors;PrinterNotInstalled;The printer is not installed correctly."};
 const std::string addPrinterFailed = "SetupErrors;AddPrinterFailed;AddPrinter() failed. Error = %d.";
-
-class Install : public testing::Test
-{
-protected:
-    Install() { setOptions({}); }
-
-    /// The usual options with these behind them.
-    void setOptions(std::vector<std::wstring> further)
-    {
-        further.insert(further.begin(),
-                       {L"-c", UTF8tow(m_shop.configFile()), L"-d", UTF8tow(m_shop.target())});
-        Workshop::setInstallArguments(std::move(further));
-    }
-
-    void setUninstallOptions(const std::vector<std::wstring> &further)
-    {
-        std::vector<std::wstring> arguments = {L"-m", L"uninstall"};
-        arguments.insert(arguments.end(), further.begin(), further.end());
-        FreshMain::setArguments(arguments);
-    }
-
-    [[nodiscard]] std::string addCommand(const std::string &driver) const
-    {
-        return "lpadmin [-p] [Office] [-E] [-v] [varek:127.0.0.1] [-P] [" + m_shop.program(driver) +
-               "] [-D] [Office]";
-    }
-
-    [[nodiscard]] std::vector<std::string> copyCommands() const
-    {
-        return {"chmod [ugoa+x] [" + m_shop.target("vrp") + "]",
-                "chmod [ugoa+x] [" + m_shop.target("vrpconfig") + "]",
-                "chmod [700] [/usr/libexec/cups/backend/varek]"};
-    }
-
-    /// Installs quietly and makes the printer known to the machine.
-    void installQuietly()
-    {
-        m_shop.main->noConfirm = true;
-        ASSERT_TRUE(VrpsInstall());
-        m_shop.main->noConfirm = false;
-        m_shop.printers.names = {L"Office"};
-        m_commandsBefore = m_shop.commands().size();
-    }
-
-    /// Those run since the quiet installation.
-    [[nodiscard]] std::vector<std::string> newCommands() const
-    {
-        const auto all = m_shop.commands();
-        return {all.begin() + static_cast<std::ptrdiff_t>(m_commandsBefore), all.end()};
-    }
-
-    Workshop m_shop;
-    std::size_t m_commandsBefore = 0;
-};
 
 } // namespace
 
@@ -297,103 +238,4 @@ TEST_F(Install, the_last_error_is_reset_for_the_success_message)
     m_shop.main->noConfirm = true;
     EXPECT_TRUE(VrpsInstall());
     EXPECT_EQ(errno, 0);
-}
-
-TEST_F(Install, an_uninstallation_removes_queue_and_settings)
-{
-    installQuietly();
-    setUninstallOptions({L"-p", L"Office"});
-    EXPECT_TRUE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, ElementsAre(uninstallQuestion, uninstalled));
-    EXPECT_THAT(newCommands(), ElementsAre("lpadmin [-x] [Office]"));
-    EXPECT_EQ(Workshop::registered("Office", "Company"), "(none)");
-    EXPECT_EQ(Workshop::stored("Version"), "(none)");
-}
-
-TEST_F(Install, a_quiet_uninstallation_shows_nothing)
-{
-    installQuietly();
-    m_shop.main->noConfirm = true;
-    setUninstallOptions({L"-p", L"Office"});
-    EXPECT_TRUE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, IsEmpty());
-}
-
-TEST_F(Install, declining_to_uninstall_changes_nothing)
-{
-    installQuietly();
-    m_shop.boxes.answer = buttonNo;
-    setUninstallOptions({L"-p", L"Office"});
-    EXPECT_TRUE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, ElementsAre(uninstallQuestion));
-    EXPECT_THAT(newCommands(), IsEmpty());
-    EXPECT_EQ(Workshop::registered("Office", "Company"), "Acme");
-}
-
-TEST_F(Install, uninstalling_needs_a_printer_name)
-{
-    for (const auto &options : std::vector<std::vector<std::wstring>>{{}, {L"-p"}, {L"-p", L""}}) {
-        m_shop.boxes.shown.clear();
-        setUninstallOptions(options);
-        EXPECT_FALSE(VrpsUninstall());
-        EXPECT_THAT(m_shop.boxes.shown, ElementsAre(noPrinterName));
-    }
-}
-
-TEST_F(Install, a_printer_without_an_entry_is_not_uninstalled_even_when_its_queue_exists)
-{
-    m_shop.printers.names = {L"Office"};
-    setUninstallOptions({L"-p", L"Office"});
-    EXPECT_FALSE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, ElementsAre(notInstalled));
-    EXPECT_THAT(m_shop.commands(), IsEmpty());
-}
-
-TEST_F(Install, a_silent_uninstallation_shows_no_error)
-{
-    m_shop.main->silent = true;
-    m_shop.main->noConfirm = true;
-    setUninstallOptions({});
-    EXPECT_FALSE(VrpsUninstall());
-    setUninstallOptions({L"-p", L"Office"});
-    EXPECT_FALSE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, IsEmpty());
-}
-
-TEST_F(Install, a_queue_that_cannot_be_removed_keeps_the_settings)
-{
-    installQuietly();
-    m_shop.failCommand(m_commandsBefore + 1);
-    setUninstallOptions({L"-p", L"Office"});
-    EXPECT_FALSE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, ElementsAre(uninstallQuestion));
-    EXPECT_EQ(Workshop::registered("Office", "Company"), "Acme");
-}
-
-TEST_F(Install, a_printer_that_was_installed_under_another_name_is_uninstalled_by_that_name)
-{
-    installQuietly();
-    SettingsFolder::registerPrinter(QStringLiteral("Copy"), QStringLiteral("Acme"), QStringLiteral("Print"));
-    m_shop.printers.names = {L"Copy", L"Office"};
-    setUninstallOptions({L"-p", L"Copy"});
-    EXPECT_TRUE(VrpsUninstall());
-    EXPECT_THAT(newCommands(), ElementsAre("lpadmin [-x] [Copy]"));
-    EXPECT_EQ(Workshop::registered("Copy", "Company"), "(none)");
-    EXPECT_EQ(Workshop::registered("Office", "Company"), "Acme");
-    EXPECT_EQ(std::wstring(m_shop.main->printerTitle), L"Office printer");
-}
-
-TEST_F(Install, an_uninstallation_succeeds_even_when_its_settings_cannot_be_removed)
-{
-    installQuietly();
-    setUninstallOptions({L"-p", L"Office"});
-    fs::permissions(m_shop.settings.folder(false).toStdString(), fs::perms::owner_all);
-    const std::string bootstrap = m_shop.settings.bootstrapFile().toStdString();
-    const std::string content = textOf(bootstrap);
-    const SmallDisk disk(fs::path(bootstrap).parent_path().string(), 64);
-    writeText(bootstrap, content);
-    disk.makeReadOnly();
-    EXPECT_TRUE(VrpsUninstall());
-    EXPECT_THAT(m_shop.boxes.shown, ElementsAre(uninstallQuestion, uninstalled));
-    EXPECT_EQ(Workshop::registered("Office", "Company"), "Acme");
 }

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#include "backend/cancel_signal.h"
+#include "backend/spool_names.h"
+#include "tests/unit/backend/AgentTest.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+template <typename Condition>
+bool comesTrue(const Condition &condition)
+{
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > limit) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+class RunningAgent : public AgentTest
+{
+protected:
+    pid_t start(bool watch)
+    {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            backend::catchSignals();
+            backend::AgentOptions settings = options();
+            settings.watch = watch;
+            ::_exit(backend::runAgent(
+                settings, {.displayOpens = [] { return true; }, .tellUser = [](const std::string &) {}}));
+        }
+        return child;
+    }
+
+    static int endOf(pid_t child)
+    {
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+};
+
+TEST_F(RunningAgent, that_watches_starts_jobs_as_they_arrive_and_ends_on_request)
+{
+    const pid_t agent = start(true);
+    for (const char *stem : {"1-7-0", "2-8-0", "3-9-0"}) {
+        spool(stem, std::string("title ") + stem);
+        EXPECT_TRUE(
+            comesTrue([&] { return calls().find(std::string("title ") + stem) != std::string::npos; }));
+    }
+    ::kill(agent, SIGTERM);
+    EXPECT_EQ(endOf(agent), 0);
+    EXPECT_THAT(files(folder()), IsEmpty());
+}
+
+TEST_F(RunningAgent, that_watches_notices_its_users_first_job)
+{
+    fs::remove_all(folder());
+    writeFile(scratch.path() / backend::newFolderMarker, "", 0644);
+    const pid_t agent = start(true);
+    fs::create_directory(folder());
+    ::chmod(folder().c_str(), 0700);
+    spool("1-7-0");
+    writeFile(scratch.path() / backend::newFolderMarker, "", 0644);
+    EXPECT_TRUE(comesTrue([&] { return !calls().empty(); }));
+    ::kill(agent, SIGTERM);
+    EXPECT_EQ(endOf(agent), 0);
+}
+
+TEST_F(RunningAgent, that_is_told_to_end_finishes_the_job_at_hand_and_leaves_the_next)
+{
+    installProgram("#!/bin/sh\necho started >\"${0%/*}/calls\"\n"
+                   "until [ -e \"${0%/*}/go\" ]; do sleep 0.01; done\nrm \"$6\"\n");
+    spool("1-7-0");
+    spool("2-8-0");
+    const pid_t agent = start(false);
+    ASSERT_TRUE(comesTrue([&] { return !calls().empty(); }));
+    ::kill(agent, SIGTERM);
+    writeFile(scratch.path() / "go", "");
+    EXPECT_EQ(endOf(agent), 0);
+    EXPECT_THAT(files(folder()), ElementsAre("2-8-0.document", "2-8-0.ticket"));
+}
+
+#ifdef __linux__
+TEST_F(RunningAgent, takes_its_program_along_when_it_is_killed)
+{
+    installProgram("#!/bin/sh\necho $$ >\"${0%/*}/calls\"\nexec tail -f /dev/null\n");
+    spool("1-7-0");
+    const pid_t agent = start(false);
+    ASSERT_TRUE(comesTrue([&] { return calls().ends_with("\n"); }));
+    const int program = static_cast<int>(::syscall(SYS_pidfd_open, std::stoi(calls()), 0));
+    ASSERT_GE(program, 0);
+    ::kill(agent, SIGKILL);
+    pollfd end{program, POLLIN, 0};
+    EXPECT_EQ(::poll(&end, 1, 20000), 1);
+    ::close(program);
+    EXPECT_EQ(endOf(agent), -1);
+}
+#endif
+
+TEST_F(RunningAgent, starts_each_job_once_however_many_agents_there_are)
+{
+    for (int i = 10; i < 30; ++i) {
+        spool(std::to_string(i) + "-7-0", "title " + std::to_string(i));
+    }
+    const pid_t agents[] = {start(false), start(false), start(false), start(false)};
+    for (const pid_t agent : agents) {
+        EXPECT_EQ(endOf(agent), 0);
+    }
+    const std::string all = calls();
+    for (int i = 10; i < 30; ++i) {
+        const std::string line = "\ntitle " + std::to_string(i) + "\n";
+        EXPECT_NE(all.find(line), std::string::npos) << line;
+        EXPECT_EQ(all.find(line, all.find(line) + 1), std::string::npos) << line;
+    }
+    EXPECT_THAT(files(folder()), IsEmpty());
+}
+
+} // namespace
