@@ -1,20 +1,19 @@
 # SPDX-License-Identifier: MIT
 """The real program as a user has it: settings with a stored password, a display, and a server that asks nothing."""
 
-import contextlib
 import os
 import pathlib
 import shutil
 import subprocess
 
-from . import application_server, link
+from . import application_server, link, server_bed
 
 COMPANY, SOFTWARE, PRINTER = "Bench", "Print", "Bench"
 # The progress is shown as an installation shows it, as a number.
 MESSAGES = '[Messages]\nSendingFile="Sending file... %d %"\n'
 
 
-class PrintDesk(contextlib.ExitStack):
+class PrintDesk(server_bed.ServerBed):
     """A context manager: the server runs inside the `with`."""
 
     def __init__(self, enter, build, folder):
@@ -24,15 +23,6 @@ class PrintDesk(contextlib.ExitStack):
         self.environment = dict(os.environ, XDG_CONFIG_HOME=str(folder / "user"), LC_ALL="C.UTF-8",
                                 XDG_CONFIG_DIRS=str(folder / "machine"),
                                 PATH=f"{folder / 'browser'}:{os.environ['PATH']}")
-
-    def __enter__(self):
-        super().__enter__()
-        try:
-            self._set_up()
-        except BaseException:
-            self.close()
-            raise
-        return self
 
     def _set_up(self):
         server = application_server.ApplicationServer(self._enter, self._build, self.folder / "server")
@@ -81,8 +71,3 @@ class PrintDesk(contextlib.ExitStack):
         subprocess.run(sampled(send), env=self.environment, timeout=600, check=True)
         if len(self._stored) != before + 1:
             raise RuntimeError(f"{document} did not arrive")
-
-    def demand_intact(self, document):
-        """The server must hold this document, byte for byte."""
-        if not all(self.server.holds([document])):
-            raise RuntimeError(f"{document} is not on the server as it was sent")

@@ -12,16 +12,17 @@ EXTRA_ROUND_TRIPS = 5
 WHOLE_UPLOAD = "The whole upload beside a cold `curl -T`"
 
 
-def grid(bench):
-    """The round trip times and sizes of a run."""
-    return [(rtt, size) for rtt in ((0, 20) if bench.quick else RTTS_MS) for size in ((1,) if bench.quick else SIZES_MIB)]
+def lines_and_documents(bench):
+    """Sets the line to each round trip time of a run in turn; gives that, the size in MiB and the document of each size."""
+    for rtt_ms in (0, 20) if bench.quick else RTTS_MS:
+        bench.line.set(rtt_ms, RATE_MBIT)
+        for size in (1,) if bench.quick else SIZES_MIB:
+            yield rtt_ms, size, bench.document(size)
 
 
 def block_loops(bench):
     rows = []
-    for rtt_ms, size in grid(bench):
-        bench.line.set(rtt_ms, RATE_MBIT)
-        document = bench.document(size)
+    for rtt_ms, size, document in lines_and_documents(bench):
         results = measure.interleaved(
             bench.runs,
             ours=lambda: bench.upload(document, stop="loop")["loop"],
@@ -34,9 +35,7 @@ def block_loops(bench):
 
 def whole_uploads(bench):
     rows = []
-    for rtt_ms, size in grid(bench):
-        bench.line.set(rtt_ms, RATE_MBIT)
-        document = bench.document(size)
+    for rtt_ms, size, document in lines_and_documents(bench):
         results = measure.interleaved(
             bench.runs,
             ours=lambda: bench.upload(document)["whole"],

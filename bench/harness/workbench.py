@@ -1,20 +1,19 @@
 # SPDX-License-Identifier: MIT
 """What all measurements share: the link, the server and its peers, documents, and one way to call curl."""
 
-import contextlib
 import json
 import pathlib
 import subprocess
 import tempfile
 
-from . import application_server, link, peers
+from . import application_server, link, peers, server_bed
 
 MIB = application_server.MIB
 QUICK_MIB = 64 * 1024  # in the smoke test a document of n MiB has n times this many bytes
 
 
-class Workbench(contextlib.ExitStack):
-    """A context manager. Everything it starts ends with it, its temporary folder included."""
+class Workbench(server_bed.ServerBed):
+    """A context manager, whose temporary folder goes with it."""
 
     def __init__(self, build, runs, quick, congestion):
         super().__init__()
@@ -22,15 +21,6 @@ class Workbench(contextlib.ExitStack):
         self._congestion = congestion
         self._documents = {}
         self.notes = []  # texts for the report, below the tables
-
-    def __enter__(self):
-        super().__enter__()
-        try:
-            self._set_up()
-        except BaseException:
-            self.close()
-            raise
-        return self
 
     def _set_up(self):
         self.folder = pathlib.Path(self.enter_context(tempfile.TemporaryDirectory(prefix="varek-bench-")))
@@ -105,8 +95,3 @@ class Workbench(contextlib.ExitStack):
                                  "--cacert", self.server.authority, address)
         shown = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False).stderr
         return next((text.split("using ")[1] for text in shown.splitlines() if "connection using" in text), "unknown")
-
-    def demand_intact(self, document):
-        """The server must hold this document, byte for byte."""
-        if not all(self.server.holds([document])):
-            raise RuntimeError(f"{document} is not on the server as it was sent")
