@@ -1,29 +1,35 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/LoopbackDaemon.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <memory>
 #include <string>
-#include <sys/types.h>
 
-/// A squid of its own on a free port of the loopback interface; with a user, it wants basic authentication.
+/// A squid of its own on a free port of the loopback interface, which lets everybody pass or asks everybody
+/// for a user and a password. It is ready when it has been constructed; otherwise that throws.
 class SquidProxy
 {
 public:
-    SquidProxy() : SquidProxy({}, {}) {}
+    enum class Authentication
+    {
+        none,
+        basic,
+        digest
+    };
 
-    SquidProxy(const std::string &user, const std::string &password);
-    ~SquidProxy();
-    SquidProxy(const SquidProxy &) = delete;
-    SquidProxy &operator=(const SquidProxy &) = delete;
+    SquidProxy() : SquidProxy(Authentication::none, {}, {}) {}
+
+    SquidProxy(Authentication authentication, const std::string &user, const std::string &password);
 
     [[nodiscard]] int port() const { return m_port; }
 
 private:
-    void writeConfiguration(const std::string &user, const std::string &password) const;
-    void start();
+    std::string writeConfiguration(Authentication authentication, const std::string &user,
+                                   const std::string &password) const;
 
     TemporaryFolder m_folder; ///< squid takes no blanks in a path
-    int m_port;
-    pid_t m_pid = -1;
+    int m_port = LoopbackDaemon::freePort();
+    std::unique_ptr<LoopbackDaemon> m_squid;
 };

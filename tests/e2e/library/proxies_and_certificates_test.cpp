@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
-#include "tests/support/loopback_socket.h"
+#include "tests/support/SquidProxy.h"
 #include "tests/support/server_process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <sys/stat.h>
 
 namespace {
 
@@ -66,122 +64,19 @@ std::string loginOf(const ServerProcess &server)
     return "POD_USER=|" + server.user() + "| POD_PASSWORD=|" + server.password() + "|";
 }
 
-/// A program that is ended with this object.
-class Daemon
+/// The part of a server's address that leads through a proxy.
+std::string through(const SquidProxy &proxy, const std::string &credentials)
 {
-public:
-    explicit Daemon(const std::vector<std::string> &words)
-    {
-        m_pid = ::fork();
-        if (m_pid == 0) {
-            std::vector<char *> arguments;
-            arguments.reserve(words.size() + 1);
-            for (const std::string &word : words) {
-                arguments.push_back(const_cast<char *>(word.c_str()));
-            }
-            arguments.push_back(nullptr);
-            const int nothing = ::open("/dev/null", O_RDWR);
-            ::dup2(nothing, STDOUT_FILENO);
-            ::dup2(nothing, STDERR_FILENO);
-            ::execvp(arguments[0], arguments.data());
-            ::_exit(127);
-        }
-    }
-
-    Daemon(const Daemon &) = delete;
-    Daemon &operator=(const Daemon &) = delete;
-
-    ~Daemon()
-    {
-        ::kill(m_pid, SIGTERM); // squid gives its shared memory back
-        ::waitpid(m_pid, nullptr, 0);
-    }
-
-    /// Waits until somebody listens on the port; false when the program ended or took too long.
-    bool listensOn(int port) const
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (std::chrono::steady_clock::now() < deadline && ::waitpid(m_pid, nullptr, WNOHANG) == 0) {
-            if (LoopbackSocket::connection(port).isOpen()) {
-                return true;
-            }
-            ::poll(nullptr, 0, 20);
-        }
-        return false;
-    }
-
-private:
-    pid_t m_pid = -1;
-};
-
-int freePort()
-{
-    return LoopbackSocket::listener().port();
+    return "proxy::http://127.0.0.1:" + std::to_string(proxy.port()) + credentials + "::";
 }
-
-/// squid on a free port, in a folder of its own; with authentication it wants user "proxy" and password
-/// "se(cret)".
-class Squid
-{
-public:
-    explicit Squid(const std::string &scheme) : m_port(freePort())
-    {
-        ::chmod(m_folder.path().c_str(), 0755);
-        std::string text =
-            "http_port 127.0.0.1:" + std::to_string(m_port) +
-            "\ncache deny all\npinger_enable off\nshutdown_lifetime 0\ncache_log /dev/null\n"
-            "access_log none\npid_filename none\nnetdb_filename none\nvisible_hostname localhost\n";
-        if (::geteuid() == 0) {
-            text += "cache_effective_user proxy\n";
-        }
-        m_folder.write("digest", "proxy:se(cret)\n");
-        if (scheme == "basic") {
-            text += "auth_param basic program " + m_folder.write("check.sh", checker()) + "\n";
-            ::chmod(m_folder.file("check.sh").c_str(), 0755);
-        } else if (scheme == "digest") {
-            text += "auth_param digest program /usr/lib/squid/digest_file_auth " + m_folder.file("digest") +
-                    "\nauth_param digest realm test\n";
-        }
-        text += scheme.empty() ? "http_access allow all\n"
-                               : "acl known proxy_auth REQUIRED\nhttp_access allow known\n";
-        const std::string name = "vareklib" + std::to_string(m_port); // instances of one name share memory
-        m_daemon = std::make_unique<Daemon>(std::vector<std::string>{
-            "/usr/sbin/squid", "-N", "-n", name, "-f", m_folder.write("squid.conf", text)});
-    }
-
-    [[nodiscard]] bool isReady() const { return m_daemon->listensOn(m_port); }
-
-    [[nodiscard]] std::string prefix(const std::string &credentials) const
-    {
-        return "proxy::http://127.0.0.1:" + std::to_string(m_port) + credentials + "::";
-    }
-
-private:
-    /// A helper of squid's: "user password" a line, percent-encoded.
-    static std::string checker()
-    {
-        return "#!/bin/sh\nwhile read -r line; do\n"
-               "case \"$line\" in 'proxy se(cret)'|'proxy se%28cret%29') echo OK;; *) echo ERR;; "
-               "esac\ndone\n";
-    }
-
-    TemporaryFolder m_folder;
-    int m_port;
-    std::unique_ptr<Daemon> m_daemon;
-};
 
 class Proxies : public testing::TestWithParam<bool>
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(std::filesystem::exists("/usr/sbin/squid")) << "install the package squid";
-    }
-
-    std::string connectionThrough(const Squid &squid, const std::string &credentials) const
+    std::string connectionThrough(const SquidProxy &squid, const std::string &credentials) const
     {
         const int port = GetParam() ? m_server.port() : m_server.plainPort();
-        return connectionTo(squid.prefix(credentials) + "127.0.0.1:" + std::to_string(port), GetParam());
+        return connectionTo(through(squid, credentials) + "127.0.0.1:" + std::to_string(port), GetParam());
     }
 
     ServerProcess m_server;
@@ -192,16 +87,14 @@ protected:
 
 TEST_P(Proxies, an_open_one_lets_an_upload_pass)
 {
-    const Squid squid("");
-    ASSERT_TRUE(squid.isReady());
+    const SquidProxy squid;
     EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 0) << m_client.said();
     EXPECT_EQ(m_server.documents().size(), 1U);
 }
 
 TEST_P(Proxies, basic_authentication_is_reported_and_passed)
 {
-    const Squid squid("basic");
-    ASSERT_TRUE(squid.isReady());
+    const SquidProxy squid(SquidProxy::Authentication::basic, "proxy", "se(cret)");
     EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
     EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;wrong)"), loginOf(m_server)), 1);
@@ -213,8 +106,7 @@ TEST_P(Proxies, basic_authentication_is_reported_and_passed)
 
 TEST_P(Proxies, digest_authentication_is_reported_and_passed)
 {
-    const Squid squid("digest");
-    ASSERT_TRUE(squid.isReady());
+    const SquidProxy squid(SquidProxy::Authentication::digest, "proxy", "se(cret)");
     EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
     EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), loginOf(m_server)), 0)
@@ -224,10 +116,9 @@ TEST_P(Proxies, digest_authentication_is_reported_and_passed)
 
 TEST_P(Proxies, one_that_cannot_reach_the_server_is_no_connection)
 {
-    const Squid squid("");
-    ASSERT_TRUE(squid.isReady());
-    const std::string nowhere =
-        connectionTo(squid.prefix("") + "127.0.0.1:" + std::to_string(freePort()), GetParam());
+    const SquidProxy squid;
+    const std::string nowhere = connectionTo(
+        through(squid, "") + "127.0.0.1:" + std::to_string(LoopbackDaemon::freePort()), GetParam());
     EXPECT_EQ(m_client.print(nowhere, loginOf(m_server)), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/103: "));
 }
@@ -333,9 +224,9 @@ TEST_P(BadCertificate, is_an_error_that_names_the_check)
     makeCertificate(folder, bad);
     runTool("openssl req -x509 -newkey rsa:2048 -nodes -keyout " + folder.file("k") + " -out " +
             folder.file("other.pem") + " -days 9 -subj /CN=other");
-    const int port = freePort();
-    const Daemon server({"openssl", "s_server", "-accept", "127.0.0.1:" + std::to_string(port), "-cert",
-                         certificate, "-key", key, "-quiet"});
+    const int port = LoopbackDaemon::freePort();
+    const LoopbackDaemon server("openssl", {"s_server", "-accept", "127.0.0.1:" + std::to_string(port),
+                                            "-cert", certificate, "-key", key, "-quiet"});
     ASSERT_TRUE(server.listensOn(port));
     InstalledClient client(bad.isTrusted ? certificate : folder.file("other.pem"));
     EXPECT_EQ(client.print(connectionTo("127.0.0.1:" + std::to_string(port), true), "X=||"), 1);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/SendTest.h"
-#include "tests/e2e/send/SquidProxy.h"
+#include "tests/support/SquidProxy.h"
 #include "vrp/settings/settings_store.h"
 
 namespace {
@@ -30,7 +30,7 @@ TEST_F(ThroughProxy, a_document_arrives)
 
 TEST_F(ThroughProxy, credentials_are_asked_once_and_used)
 {
-    const SquidProxy proxy("proxyuser", "proxy-secret-1");
+    const SquidProxy proxy(SquidProxy::Authentication::basic, "proxyuser", "proxy-secret-1");
     useProxy(proxy.port());
     user.inProxyDialog = [this] {
         main->proxyUser = L"proxyuser";
@@ -49,7 +49,7 @@ TEST_F(ThroughProxy, credentials_are_asked_once_and_used)
 
 TEST_F(ThroughProxy, wrong_credentials_are_asked_again)
 {
-    const SquidProxy proxy("proxyuser", "proxy-secret-1");
+    const SquidProxy proxy(SquidProxy::Authentication::basic, "proxyuser", "proxy-secret-1");
     useProxy(proxy.port());
     int asked = 0;
     user.inProxyDialog = [&] {
@@ -63,7 +63,7 @@ TEST_F(ThroughProxy, wrong_credentials_are_asked_again)
 
 TEST_F(ThroughProxy, a_cancelled_proxy_dialog_ends_the_send)
 {
-    const SquidProxy proxy("proxyuser", "proxy-secret-1");
+    const SquidProxy proxy(SquidProxy::Authentication::basic, "proxyuser", "proxy-secret-1");
     useProxy(proxy.port());
     user.inProxyDialog = [] { return 1; };
     EXPECT_NE(send(makeDocument("text\n")), 0);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/SendTest.h"
 #include "tests/e2e/send/SingleSignOn.h"
-#include "tests/e2e/send/SquidProxy.h"
+#include "tests/support/SquidProxy.h"
 #include "vrp/settings/settings_store.h"
 
 namespace {
