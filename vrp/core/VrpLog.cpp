@@ -40,7 +40,7 @@ VrpLog::~VrpLog()
 
 void VrpLog::Open()
 {
-    if (fileName.empty() || file != nullptr) {
+    if (!isWanted() || file != nullptr) {
         return;
     }
     // The log names documents and people.
@@ -84,7 +84,7 @@ void VrpLog::Close()
 
 void VrpLog::Remove()
 {
-    if (!fileName.empty()) {
+    if (isWanted()) {
         VrpsRemoveFile(fileName);
     }
 }

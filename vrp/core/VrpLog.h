@@ -20,6 +20,9 @@ public:
     VrpLog(const VrpLog &) = delete;
     VrpLog &operator=(const VrpLog &) = delete;
 
+    /// Whether this run has a log: without, what would be written need not be made.
+    [[nodiscard]] bool isWanted() const { return !fileName.empty(); }
+
     /// Opens and empties the file and stamps it, when a name is set and it is not open yet.
     void Open();
 

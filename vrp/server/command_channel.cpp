@@ -83,19 +83,36 @@ void reportFailure(void *request, const ErrorTriple &triple)
     main.log.WriteLn(escapeControls(maskCommand(report)).c_str());
 }
 
+// An upload has four commands for each block of 64 KiB: nothing is masked for a log that nobody wants.
+
+void logCommand(const std::wstring &command)
+{
+    VrpLog &log = VrpsGetMain()->log;
+    if (log.isWanted()) {
+        log.Write((L"Varek command: " + escapeControls(maskCommand(command))).c_str());
+    }
+}
+
+void logResult(const std::wstring &command, const std::wstring &result)
+{
+    VrpLog &log = VrpsGetMain()->log;
+    if (log.isWanted()) {
+        log.WriteLn((L" - Result buffer: " + escapeControls(maskResult(command, result))).c_str());
+    }
+}
+
 } // namespace
 
 int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, int resultCapacity, int *extra)
 {
-    VrpLog &log = VrpsGetMain()->log;
-    log.Write((L"Varek command: " + escapeControls(maskCommand(command))).c_str());
+    logCommand(command);
     const ResultBuffer buffer{result, resultCapacity};
     const std::string utf8Command = wtoUTF8(command);
     for (bool retried = false;; retried = true) {
         const auto [status, text] = callLibrary(request, utf8Command, buffer.bytes(), extra);
         copyToCaller(text, buffer);
         if (status == commandSucceeded) {
-            log.WriteLn((L" - Result buffer: " + escapeControls(maskResult(command, text))).c_str());
+            logResult(command, text);
             return status;
         }
         const ErrorTriple triple = askErrorTriple(request);
@@ -104,6 +121,6 @@ int VrpsVrCommand(void *request, const std::wstring &command, wchar_t *result, i
             reportFailure(request, triple);
             return status;
         }
-        log.WriteLn(L"Network error - retrying...");
+        VrpsGetMain()->log.WriteLn(L"Network error - retrying...");
     }
 }

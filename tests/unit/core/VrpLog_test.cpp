@@ -48,7 +48,9 @@ TEST(LogTimeStamp, is_day_first_with_leading_zeros)
 
 TEST_F(Log, without_a_name_creates_no_file)
 {
+    EXPECT_TRUE(m_log.isWanted());
     m_log.fileName.clear();
+    EXPECT_FALSE(m_log.isWanted());
     m_log.Open();
     m_log.WriteLn(L"text");
     m_log.Remove();

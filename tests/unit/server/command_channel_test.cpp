@@ -60,6 +60,18 @@ TEST_F(CommandChannel, without_a_buffer_the_log_shows_an_empty_result)
     EXPECT_EQ(library.capacityOf("VR_CMD=|X|"), 0);
 }
 
+TEST_F(CommandChannel, without_a_log_commands_are_carried_out_alike)
+{
+    main->log.fileName.clear();
+    library.answer("VR_CMD=|X|", "answer");
+    library.fail("VR_CMD=|Y|", otherError);
+    EXPECT_EQ(ask(L"VR_CMD=|X|"), 1);
+    EXPECT_EQ(std::wstring(result.data()), L"answer");
+    EXPECT_NE(run(L"VR_CMD=|Y|"), 1);
+    EXPECT_EQ(Transcript::text(), std::string("> VR_CMD=|X|\n> VR_CMD=|Y|\n") + reportQueries);
+    EXPECT_EQ(logText(), "");
+}
+
 TEST_F(CommandChannel, the_library_gets_four_bytes_for_each_character_of_the_buffer)
 {
     ask(L"VR_CMD=|X|");
