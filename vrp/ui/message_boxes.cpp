@@ -7,7 +7,40 @@
 #include "vrp/platform/system.h"
 #include "vrp/ui/resource_text.h"
 
+#include <QLabel>
 #include <QMessageBox>
+
+namespace {
+
+/// A sign for the kind of a box, which screen readers name in the language of their user. The toolkit has no
+/// words for it in most languages.
+QString signOf(QMessageBox::Icon icon)
+{
+    switch (icon) {
+    case QMessageBox::Information:
+        return QStringLiteral("\u2139"); // information source
+    case QMessageBox::Warning:
+        return QStringLiteral("\u26A0"); // warning sign
+    case QMessageBox::Critical:
+        return QStringLiteral("\u274C"); // cross mark
+    case QMessageBox::Question:
+        return QStringLiteral("\u2753"); // question mark
+    case QMessageBox::NoIcon:
+        break;
+    }
+    return {};
+}
+
+/// Who cannot see the icon hears what it says.
+void nameIcon(const QMessageBox &box)
+{
+    // The toolkit's name for the label, in all its versions.
+    if (auto *icon = box.findChild<QLabel *>(QStringLiteral("qt_msgboxex_icon_label"))) {
+        icon->setAccessibleName(signOf(box.icon()));
+    }
+}
+
+} // namespace
 
 int VrpsMessageBox(const wchar_t *text, int icon, int buttons)
 {
@@ -17,6 +50,7 @@ int VrpsMessageBox(const wchar_t *text, int icon, int buttons)
     box.setStandardButtons(static_cast<QMessageBox::StandardButtons>(buttons));
     box.setTextFormat(Qt::PlainText);
     box.setText(shownText(text, longestBoxText));
+    nameIcon(box);
     return box.exec();
 }
 

@@ -11,8 +11,8 @@ from private_machine import as_user, run_as, start, wait_until
 _SCRIPTS = os.path.dirname(os.path.abspath(__file__))
 _DUMP = os.path.join(_SCRIPTS, "accessible_windows.py")
 _REPORTS = os.path.join(_SCRIPTS, "reported_texts.py")
-# What a tree is made of besides what is read to people: frames of others, and the picture beside a box's text.
-_SILENT_ROLES = ("panel", "filler", "image")
+# What a tree is made of besides what is read to people: frames of others.
+_SILENT_ROLES = ("panel", "filler")
 
 
 def nodes(tree):

@@ -21,6 +21,8 @@ PASSWORD = "UqUserSecret7"
 PROXY_PASSWORD = "PbProxySecret5"
 PROXY_PORT = 3128
 TITLE = "Varek Printer"
+# The pictures of boxes, as screen readers get them: each names them in its user's language.
+INFORMATION, ERROR, QUESTION = "\u2139", "\u274c", "\u2753"
 SETTINGS = "/home/alice/.config/Varek Systems/VarekPrint.conf"
 LOG = "/home/alice/vrp.log"
 
@@ -74,9 +76,10 @@ class WithoutMouse(unittest.TestCase):
         self.look_at(title)
         SESSION.press(*keys)
 
-    def answer_box(self, text, *keys):
+    def answer_box(self, sign, text, *keys):
         box = self.look_at(TITLE)
         self.assertEqual(self.heard(box, "label"), [text])
+        self.assertEqual(self.heard(box, "image"), [sign])
         SESSION.press(*keys)
 
     def log_in(self, password=PASSWORD):
@@ -152,7 +155,7 @@ class WithoutMouse(unittest.TestCase):
     def test_a_refused_password_is_told_in_a_box(self):
         agent = self.print_and_start_agent("Refused")
         self.log_in("WrWrongSecret9")
-        self.answer_box("Bad password.", "Return")
+        self.answer_box(ERROR, "Bad password.", "Return")
         self.finish(agent)
         self.assertEqual(self.new_documents(), [])
 
@@ -227,7 +230,7 @@ class WithoutMouse(unittest.TestCase):
         SESSION.wait_for_focus("Varek print on demand")
         SESSION.press("space")
         SERVER.send_signal(signal.SIGCONT)
-        self.answer_box("Operation canceled by user.", "Return")
+        self.answer_box(INFORMATION, "Operation canceled by user.", "Return")
         self.finish(program)
         self.assertEqual(self.new_documents(), [])
         os.remove(document)
@@ -254,7 +257,7 @@ class WithoutMouse(unittest.TestCase):
 
     def test_the_version(self):
         program = self.program("vrp", "-m", "version")
-        self.answer_box("Virtual printer internal version = 3.00", "Return")
+        self.answer_box(INFORMATION, "Virtual printer internal version = 3.00", "Return")
         self.finish(program)
 
     def test_removing_and_installing_the_queue(self):
@@ -265,7 +268,7 @@ class WithoutMouse(unittest.TestCase):
             for keys in (("Escape",), ("Tab", "Return")):
                 program = self.program("vrp", "-m", *arguments)
                 self.assertEqual(self.heard(self.look_at(TITLE), "push button"), ["Yes", "No"])
-                self.answer_box(question, *keys)
+                self.answer_box(QUESTION, question, *keys)
                 self.finish(program)
             self.assertEqual(run("lpstat", "-v", check=False), before)
             self.set_up(*arguments)

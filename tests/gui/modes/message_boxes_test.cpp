@@ -6,6 +6,7 @@
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 
+#include <QAccessible>
 #include <QLabel>
 #include <QTest>
 
@@ -62,6 +63,24 @@ TEST_F(MessageBoxes, each_icon_is_the_toolkits)
         const PreparedAnswers answers({note(m_shown, QMessageBox::Ok)});
         VrpsMessageBox(L"text", icon, buttonOk);
         EXPECT_EQ(m_shown.icon, expected);
+    }
+}
+
+TEST_F(MessageBoxes, each_icon_is_named_for_screen_readers)
+{
+    for (const auto &[icon, name] : {std::pair{iconInformation, "\u2139"}, std::pair{iconWarning, "\u26A0"},
+                                     std::pair{iconCritical, "\u274C"}, std::pair{iconQuestion, "\u2753"}}) {
+        QString heard;
+        const PreparedAnswers answers({[&heard](QWidget &box) {
+            auto *label = box.findChild<QLabel *>(QStringLiteral("qt_msgboxex_icon_label"));
+            ASSERT_NE(label, nullptr);
+            const QAccessibleInterface *picture = QAccessible::queryAccessibleInterface(label);
+            EXPECT_FALSE(label->pixmap(Qt::ReturnByValue).isNull());
+            heard = picture->text(QAccessible::Name);
+            box.close();
+        }});
+        VrpsMessageBox(L"text", icon, buttonOk);
+        EXPECT_EQ(heard, QString::fromUtf8(name));
     }
 }
 
