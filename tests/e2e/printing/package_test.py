@@ -1,13 +1,15 @@
 # SPDX-License-Identifier: MIT
-"""The Debian package on a machine with CUPS: install, print, upgrade, print, remove, purge."""
+"""The Debian packages on a machine with CUPS: install, print, upgrade, print, remove, purge."""
 
 import glob
 import os
 import re
+import shutil
 import stat
 import subprocess
 import unittest
 
+from installed_system import DATA, add_user, start_server
 from packages import PACKAGES, make_packages
 from private_machine import build_dir, run, run_as, run_tests, source_dir, start_cupsd
 from spool_view import documents, make_pdf, print_as, queue_attribute, tickets, wait_for_job
@@ -54,16 +56,17 @@ def queues():
 
 
 def setUpModule():
-    global PRINT, FILES_BEFORE
+    global PRINT, SERVER, FILES_BEFORE
     # lintian and the scripts want a machine on which nothing of ours was installed before.
-    PRINT = make_packages()["varek-print"]
+    packages = make_packages()
+    PRINT, SERVER = packages["varek-print"], packages["varek-server"]
     make_pdf("/tmp/one.pdf", 1)
     FILES_BEFORE = all_files()
 
 
 class Package(unittest.TestCase):
     def tearDown(self):
-        run("dpkg", "-P", "varek-print", check=False)
+        run("dpkg", "-P", "varek-print", "varek-server", check=False)
 
     def print_a_document(self, count):
         job = print_as("alice", "/tmp/one.pdf")
@@ -124,6 +127,22 @@ class Package(unittest.TestCase):
         install(PRINT)
         self.assertFalse(os.path.exists("/root/.config/Varek Systems"))
         self.assertIn("Permission denied", run_as("alice", "ls", "/var/spool/varek", check=False))
+
+    def test_a_purged_server_leaves_its_data_and_nothing_else(self):
+        self.addCleanup(shutil.rmtree, DATA, ignore_errors=True)
+        install(SERVER)
+        server = start_server()
+        add_user("alice", "secret-7")
+        server.terminate()
+        self.assertEqual(server.wait(60), 0)
+        run("dpkg", "-P", "varek-server")
+        self.assertFalse(os.path.exists("/usr/sbin/vrserver"))
+        left = all_files() - FILES_BEFORE
+        self.assertIn(DATA + "/vrserver.db", left)
+        self.assertEqual([path for path in left if path != DATA and not path.startswith(DATA + "/")], [])
+
+        install(SERVER)
+        self.assertIn("alice", run("/usr/sbin/vrserver", "user", "list", "--data", DATA).split())
 
     def test_lintian_finds_no_error_and_nothing_to_warn_of(self):
         packages = glob.glob(PACKAGES + "/varek-*.deb")
