@@ -10,8 +10,6 @@
 namespace wire {
 namespace {
 
-constexpr std::size_t maxFields = 256;
-
 bool isKeyCharacter(char c)
 {
     return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';

@@ -11,6 +11,8 @@ inline constexpr std::uint16_t protocolVersion = 1;
 
 inline constexpr std::size_t longestPayloadBytes = 2 * 1024 * 1024;
 inline constexpr std::size_t maxCommandBytes = 1024 * 1024;
+inline constexpr std::size_t maxFields = 256;          ///< of a command
+inline constexpr std::size_t maxShortTextBytes = 4096; ///< texts of a hello and of an error
 inline constexpr std::size_t maxNameBytes = 128;
 inline constexpr std::size_t maxDataBytes = 65536;
 inline constexpr std::size_t maxTextBytes = 1024 * 1024; ///< an entry, key, value or cell
