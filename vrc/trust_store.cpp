@@ -2,10 +2,10 @@
 #include "vrc/trust_store.h"
 
 #include "vrc/failure.h"
+#include "vrc/own_folder.h"
 
 #include <curl/curl.h>
 #include <dirent.h>
-#include <dlfcn.h>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -16,19 +16,6 @@
 
 namespace vrc {
 namespace {
-
-/// The folder of the file that holds this very code.
-std::string ownFolder()
-{
-    Dl_info info = {};
-    static const char anchor = 0;
-    if (dladdr(&anchor, &info) == 0 || info.dli_fname == nullptr) {
-        return ".";
-    }
-    const std::string path = info.dli_fname;
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash);
-}
 
 /// Nothing of a file that cannot be read or is empty.
 std::optional<std::string> contentsOf(const std::string &path)
@@ -104,7 +91,7 @@ TrustStore trustStore(const SystemAuthorities &system, const std::string &ownPat
 
 TrustStore installedTrust()
 {
-    return trustStore(systemAuthorities(), ownFolder() + "/vrc-ca.pem");
+    return trustStore(systemAuthorities(), ownFolder() + "vrc-ca.pem");
 }
 
 } // namespace vrc

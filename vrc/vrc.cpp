@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/include/vrc.h"
 
-#include <dlfcn.h>
+#include "vrc/own_folder.h"
 
-#include <string>
+#include <dlfcn.h>
 
 // What a program links. The library proper, libvrc-core, stands beside it and is loaded by the first request:
 // with it come the libraries for transport and TLS, which would otherwise delay a program's first window.
@@ -28,17 +28,6 @@ constexpr char coreName[] = "libvrc-core.dylib";
 constexpr char coreName[] = "libvrc-core.so";
 #endif
 
-std::string corePath()
-{
-    Dl_info own = {};
-    static const char anchor = 0;
-    if (dladdr(&anchor, &own) == 0 || own.dli_fname == nullptr) {
-        return coreName;
-    }
-    const std::string path = own.dli_fname;
-    return path.substr(0, path.rfind('/') + 1) + coreName;
-}
-
 template <typename Function>
 void find(void *core, const char *name, Function &function)
 {
@@ -49,7 +38,7 @@ void find(void *core, const char *name, Function &function)
 Library loadLibrary()
 {
     Library library;
-    void *core = dlopen(corePath().c_str(), RTLD_NOW | RTLD_LOCAL);
+    void *core = dlopen((vrc::ownFolder() + coreName).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (core == nullptr) {
         return library;
     }
