@@ -2,7 +2,7 @@
 #include "vrc/transport.h"
 
 #include "vrc/failure.h"
-#include "vrc/trust_store.h"
+#include "vrc/socket_backlog.h"
 #include "wire/limits.h"
 
 #include <algorithm>
@@ -11,74 +11,23 @@
 #include <netinet/tcp.h>
 #include <new>
 #include <strings.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <utility>
-#ifdef __linux__
-#include <linux/sockios.h>
-#endif
 
 namespace vrc {
 namespace {
 
 constexpr std::size_t maxHeaderBytes = 256 * 1024;
-constexpr long uploadBufferBytes = 65536 + 4096; ///< a block with its frames goes in one piece
-constexpr int unsentLowWaterBytes = 128 * 1024;  ///< TCP_NOTSENT_LOWAT: in the socket's own buffer
+constexpr int unsentLowWaterBytes = 128 * 1024; ///< TCP_NOTSENT_LOWAT: in the socket's own buffer
 constexpr int pollMs = 250;
-
-void initialiseOnce()
-{
-    static const CURLcode status = curl_global_init(CURL_GLOBAL_DEFAULT);
-    if (status != CURLE_OK) {
-        fail(wire::errors::outOfMemory, "the transport library does not start");
-    }
-}
-
-/// Bytes that the system has not got rid of yet: they shrink while a slow line drains.
-std::uint64_t unsentBytes(curl_socket_t socket)
-{
-    int bytes = 0;
-#if defined(SIOCOUTQ)
-    if (socket == CURL_SOCKET_BAD || ioctl(socket, SIOCOUTQ, &bytes) != 0) {
-        return 0;
-    }
-#elif defined(SO_NWRITE)
-    socklen_t size = sizeof bytes;
-    if (socket == CURL_SOCKET_BAD || getsockopt(socket, SOL_SOCKET, SO_NWRITE, &bytes, &size) != 0) {
-        return 0;
-    }
-#else
-    (void)socket;
-#endif
-    return static_cast<std::uint64_t>(std::max(bytes, 0));
-}
-
-std::string serverAddress(const ConnectionSettings &settings)
-{
-    return std::string(settings.ssl ? "https://" : "http://") + settings.host + ":" +
-           std::to_string(settings.port) + wire::resourcePath;
-}
 
 } // namespace
 
-template <class Value>
-void Transport::set(CURLoption option, Value value)
+Transport::Transport(const ConnectionSettings &settings)
+    : m_key(keyOf(settings)), m_usesProxy(settings.proxy.has_value()),
+      m_isSingleSignOn(settings.singleSignOn), m_needsSettling(needsSettling(settings))
 {
-    const CURLcode status = curl_easy_setopt(m_easy.get(), option, value);
-    if (status == CURLE_OUT_OF_MEMORY) {
-        throw std::bad_alloc();
-    }
-    if (status != CURLE_OK) {
-        fail(wire::errors::cannotConnect,
-             std::string("the transport cannot be set up: ") + curl_easy_strerror(status));
-    }
-}
-
-Transport::Transport(const ConnectionSettings &settings) : m_key(keyOf(settings))
-{
-    initialiseOnce();
     m_multi.reset(curl_multi_init());
-    m_easy.reset(curl_easy_init());
     const std::string type = std::string("Content-Type: ") + wire::mediaType;
     const std::string accept = std::string("Accept: ") + wire::mediaType;
     for (Headers *headers : {&m_plainHeaders, &m_chunkedHeaders}) {
@@ -87,12 +36,10 @@ Transport::Transport(const ConnectionSettings &settings) : m_key(keyOf(settings)
         }
     }
     m_chunkedHeaders.reset(curl_slist_append(m_chunkedHeaders.release(), "Transfer-Encoding: chunked"));
-    if (!m_multi || !m_easy || !m_plainHeaders || !m_chunkedHeaders) {
+    if (!m_multi || !m_plainHeaders || !m_chunkedHeaders) {
         throw std::bad_alloc();
     }
-    setUpServer(settings);
-    setUpTrust(settings);
-    setUpProxy(settings);
+    setUpTransport(m_easy, settings);
     setUpCallbacks();
 }
 
@@ -101,82 +48,19 @@ Transport::~Transport()
     abandon();
 }
 
-void Transport::setUpServer(const ConnectionSettings &settings)
-{
-    set(CURLOPT_URL, serverAddress(settings).c_str());
-    set(CURLOPT_PROTOCOLS_STR, "http,https");
-    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    set(CURLOPT_USERAGENT, "libvrc/1.0");
-    set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_TCP_NODELAY, 1L);
-    set(CURLOPT_UPLOAD_BUFFERSIZE, uploadBufferBytes);
-    setConnectTimeout(settings.connectTimeout);
-    m_isSingleSignOn = settings.singleSignOn;
-    if (m_isSingleSignOn) {
-        const std::string service = settings.principal.substr(0, settings.principal.find('/'));
-        set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NEGOTIATE));
-        set(CURLOPT_USERPWD, ":");
-        set(CURLOPT_SERVICE_NAME, service.empty() ? "HTTP" : service.c_str());
-        m_needsSettling = true;
-    }
-}
-
-/// There is no way to turn verification off.
-void Transport::setUpTrust(const ConnectionSettings &settings)
-{
-    set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    set(CURLOPT_SSL_VERIFYPEER, 1L);
-    set(CURLOPT_SSL_VERIFYHOST, 2L);
-    TrustStore trust = settings.ssl ? installedTrust() : TrustStore();
-    if (!trust.folder.empty()) {
-        // The bundle holds the same, and reading all of it takes 10 ms.
-        set(CURLOPT_CAINFO, static_cast<const char *>(nullptr));
-        set(CURLOPT_CAPATH, trust.folder.c_str());
-    }
-    if (!trust.certificates.empty()) {
-        curl_blob blob = {trust.certificates.data(), trust.certificates.size(), CURL_BLOB_COPY};
-        set(CURLOPT_CAINFO_BLOB, &blob);
-    }
-}
-
-/// Proxies are the caller's affair alone: the environment has no say, with or without one.
-void Transport::setUpProxy(const ConnectionSettings &settings)
-{
-    set(CURLOPT_NOPROXY, "");
-    if (!settings.proxy) {
-        set(CURLOPT_PROXY, "");
-        return;
-    }
-    m_usesProxy = true;
-    set(CURLOPT_PROXY,
-        ("http://" + settings.proxy->host + ":" + std::to_string(settings.proxy->port)).c_str());
-    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    if (!settings.proxy->user.empty()) {
-        set(CURLOPT_PROXYAUTH, static_cast<long>(CURLAUTH_ANY));
-        set(CURLOPT_PROXYUSERNAME, settings.proxy->user.c_str());
-        set(CURLOPT_PROXYPASSWORD, settings.proxy->password.c_str());
-        m_needsSettling = m_needsSettling || !settings.ssl;
-    }
-}
-
 void Transport::setUpCallbacks()
 {
-    set(CURLOPT_ERRORBUFFER, m_errorText);
-    set(CURLOPT_READFUNCTION, &Transport::readBody);
-    set(CURLOPT_READDATA, this);
-    set(CURLOPT_WRITEFUNCTION, &Transport::writeAnswer);
-    set(CURLOPT_WRITEDATA, this);
-    set(CURLOPT_HEADERFUNCTION, &Transport::readHeader);
-    set(CURLOPT_HEADERDATA, this);
-    set(CURLOPT_PREREQFUNCTION, &Transport::noteConnection);
-    set(CURLOPT_PREREQDATA, this);
-    set(CURLOPT_SOCKOPTFUNCTION, &Transport::tuneSocket);
-    set(CURLOPT_SOCKOPTDATA, this);
-}
-
-void Transport::setConnectTimeout(std::chrono::seconds timeout)
-{
-    set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(timeout.count()));
+    m_easy.set(CURLOPT_ERRORBUFFER, m_errorText);
+    m_easy.set(CURLOPT_READFUNCTION, &Transport::readBody);
+    m_easy.set(CURLOPT_READDATA, this);
+    m_easy.set(CURLOPT_WRITEFUNCTION, &Transport::writeAnswer);
+    m_easy.set(CURLOPT_WRITEDATA, this);
+    m_easy.set(CURLOPT_HEADERFUNCTION, &Transport::readHeader);
+    m_easy.set(CURLOPT_HEADERDATA, this);
+    m_easy.set(CURLOPT_PREREQFUNCTION, &Transport::noteConnection);
+    m_easy.set(CURLOPT_PREREQDATA, this);
+    m_easy.set(CURLOPT_SOCKOPTFUNCTION, &Transport::tuneSocket);
+    m_easy.set(CURLOPT_SOCKOPTDATA, this);
 }
 
 std::string Transport::keyOf(const ConnectionSettings &settings)
@@ -199,9 +83,9 @@ void Transport::begin(AnswerSink &sink, std::optional<std::uint64_t> bodyBytes, 
     m_sink = &sink;
     m_isPost = true;
     m_isChunked = !bodyBytes;
-    set(CURLOPT_POST, 1L);
-    set(CURLOPT_POSTFIELDSIZE_LARGE, bodyBytes ? static_cast<curl_off_t>(*bodyBytes) : curl_off_t{-1});
-    set(CURLOPT_HTTPHEADER, m_isChunked ? m_chunkedHeaders.get() : m_plainHeaders.get());
+    m_easy.set(CURLOPT_POST, 1L);
+    m_easy.set(CURLOPT_POSTFIELDSIZE_LARGE, bodyBytes ? static_cast<curl_off_t>(*bodyBytes) : curl_off_t{-1});
+    m_easy.set(CURLOPT_HTTPHEADER, m_isChunked ? m_chunkedHeaders.get() : m_plainHeaders.get());
     start();
     m_end.isSessionOpen = isSessionOpen;
 }
@@ -211,8 +95,8 @@ void Transport::begin(AnswerSink &sink, std::optional<std::uint64_t> bodyBytes, 
 void Transport::settleAuthentication()
 {
     m_isPost = false;
-    set(CURLOPT_HTTPGET, 1L);
-    set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
+    m_easy.set(CURLOPT_HTTPGET, 1L);
+    m_easy.set(CURLOPT_HTTPHEADER, static_cast<curl_slist *>(nullptr));
     start();
     pump([] { return false; }, Patience::stall);
     conclude();
@@ -227,9 +111,7 @@ void Transport::start()
     m_end.usesProxy = m_usesProxy;
     m_end.isSingleSignOn = m_isSingleSignOn;
     m_figures = {};
-    m_lastMoved = 0;
-    m_lastFrames = 0;
-    m_lastProgress = m_lastFrame = Clock::now();
+    m_watch.start(Clock::now());
     m_headerBytes = 0;
     m_isBodyComplete = m_isPaused = m_hasTaken = m_isDone = m_wasReused = false;
     m_errorText[0] = '\0';
@@ -281,7 +163,7 @@ template <class Condition>
 void Transport::pump(Condition isReached, Patience patience)
 {
     try {
-        m_lastProgress = m_lastFrame = Clock::now();
+        m_watch.resume(Clock::now());
         while (true) {
             int running = 0;
             if (curl_multi_perform(m_multi.get(), &running) != CURLM_OK) {
@@ -294,7 +176,7 @@ void Transport::pump(Condition isReached, Patience patience)
             if (std::exchange(m_hasTaken, false)) {
                 continue; // mostly they are in the socket already
             }
-            checkProgress(patience);
+            requireProgress(patience);
             curl_multi_poll(m_multi.get(), nullptr, 0, pollMs, nullptr);
         }
     } catch (...) {
@@ -304,37 +186,28 @@ void Transport::pump(Condition isReached, Patience patience)
     }
 }
 
-/// While connecting the transport minds the time itself.
-void Transport::checkProgress(Patience patience)
+void Transport::requireProgress(Patience patience)
 {
-    const Clock::time_point now = Clock::now();
-    const std::uint64_t moved = movedBytes();
     const std::uint64_t frames = m_sink != nullptr && m_isPost ? m_sink->framesTaken() : 0;
-    if (moved != m_lastMoved || !m_end.isConnected) {
-        m_lastMoved = moved;
-        m_lastProgress = now;
-    }
-    if (frames != m_lastFrames || !m_isBodyComplete) {
-        m_lastFrames = frames;
-        m_lastFrame = now;
-    }
-    const Timeouts limits = timeouts();
-    const auto stall = patience == Patience::procedure ? std::max(limits.answer, limits.stall) : limits.stall;
-    if (now - m_lastProgress >= stall || now - m_lastFrame >= std::max(limits.answer, limits.stall)) {
+    const StallWatch::Signs signs{m_end.isConnected, m_isBodyComplete, movedBytes(), frames};
+    if (m_watch.isSilent(signs, patience, timeouts(), Clock::now())) {
         fail(wire::errors::network, "network error: the server is silent");
     }
 }
 
 std::uint64_t Transport::movedBytes() const
 {
-    curl_off_t sent = 0;
-    curl_off_t received = 0;
-    curl_socket_t socket = CURL_SOCKET_BAD;
-    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
-    curl_easy_getinfo(m_easy.get(), CURLINFO_SIZE_DOWNLOAD_T, &received);
-    curl_easy_getinfo(m_easy.get(), CURLINFO_ACTIVESOCKET, &socket);
+    const auto sent = m_easy.info<curl_off_t>(CURLINFO_SIZE_UPLOAD_T);
+    const auto received = m_easy.info<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T);
     return static_cast<std::uint64_t>(sent) + static_cast<std::uint64_t>(received) + m_headerBytes -
-           unsentBytes(socket);
+           unsentBytes(activeSocket());
+}
+
+curl_socket_t Transport::activeSocket() const
+{
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(m_easy.get(), CURLINFO_ACTIVESOCKET, &socket);
+    return socket;
 }
 
 void Transport::takeMessages()
@@ -351,10 +224,9 @@ void Transport::takeMessages()
 /// Judges an exchange that is over.
 void Transport::conclude()
 {
-    CURL *easy = m_easy.get();
-    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &m_end.status);
-    curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &m_end.connectStatus);
-    curl_easy_getinfo(easy, CURLINFO_OS_ERRNO, &m_end.systemError);
+    m_end.status = m_easy.info<long>(CURLINFO_RESPONSE_CODE);
+    m_end.connectStatus = m_easy.info<long>(CURLINFO_HTTP_CONNECTCODE);
+    m_end.systemError = m_easy.info<long>(CURLINFO_OS_ERRNO);
     m_end.isAnswerOfServer = isFrames();
     m_end.detail = m_errorText[0] != '\0' ? m_errorText : curl_easy_strerror(m_end.code);
     abandon();
@@ -375,19 +247,11 @@ void Transport::conclude()
 
 void Transport::noteFigures()
 {
-    curl_off_t sent = 0;
-    curl_off_t received = 0;
-    curl_off_t elapsed = 0;
-    long connections = 0;
-    CURL *easy = m_easy.get();
-    curl_easy_getinfo(easy, CURLINFO_SIZE_UPLOAD_T, &sent);
-    curl_easy_getinfo(easy, CURLINFO_SIZE_DOWNLOAD_T, &received);
-    curl_easy_getinfo(easy, CURLINFO_TOTAL_TIME_T, &elapsed);
-    curl_easy_getinfo(easy, CURLINFO_NUM_CONNECTS, &connections);
-    curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &m_figures.status);
-    m_figures.sentBytes = static_cast<std::uint64_t>(sent);
-    m_figures.receivedBytes = static_cast<std::uint64_t>(received);
-    m_figures.elapsed = std::chrono::microseconds(elapsed);
+    const auto connections = m_easy.info<long>(CURLINFO_NUM_CONNECTS);
+    m_figures.status = m_easy.info<long>(CURLINFO_RESPONSE_CODE);
+    m_figures.sentBytes = static_cast<std::uint64_t>(m_easy.info<curl_off_t>(CURLINFO_SIZE_UPLOAD_T));
+    m_figures.receivedBytes = static_cast<std::uint64_t>(m_easy.info<curl_off_t>(CURLINFO_SIZE_DOWNLOAD_T));
+    m_figures.elapsed = std::chrono::microseconds(m_easy.info<curl_off_t>(CURLINFO_TOTAL_TIME_T));
     m_figures.isNewConnection = connections > 0;
     // The transport library starts over by itself when a kept connection is gone, but cannot read the body
     // once more.
@@ -397,10 +261,8 @@ void Transport::noteFigures()
 /// Status 200 and the media type of frames, parameters aside.
 bool Transport::isFrames() const
 {
-    long status = 0;
-    const char *type = nullptr;
-    curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &status);
-    curl_easy_getinfo(m_easy.get(), CURLINFO_CONTENT_TYPE, &type);
+    const auto status = m_easy.info<long>(CURLINFO_RESPONSE_CODE);
+    const auto *type = m_easy.info<const char *>(CURLINFO_CONTENT_TYPE);
     const std::size_t length = std::strlen(wire::mediaType);
     return status == 200 && type != nullptr && strncasecmp(type, wire::mediaType, length) == 0 &&
            (type[length] == '\0' || type[length] == ';' || type[length] == ' ');
@@ -455,12 +317,10 @@ int Transport::noteConnection(void *self, char *, char *, int, int)
 /// A small unsent backlog in the socket: what has been sent is on its way, and a cancel takes effect at once.
 int Transport::tuneSocket(void *, curl_socket_t socket, curlsocktype purpose)
 {
-#ifdef TCP_NOTSENT_LOWAT
     if (purpose == CURLSOCKTYPE_IPCXN) {
         (void)setsockopt(socket, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &unsentLowWaterBytes,
                          sizeof unsentLowWaterBytes);
     }
-#endif
     return CURL_SOCKOPT_OK;
 }
 

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "vrc/connection_string.h"
-#include "vrc/timeouts.h"
+#include "vrc/easy_handle.h"
+#include "vrc/stall_watch.h"
 #include "vrc/transport_errors.h"
+#include "vrc/transport_setup.h"
 
 #include <chrono>
 #include <cstdint>
@@ -47,12 +49,6 @@ struct ExchangeFigures
     bool isNewConnection = false;
 };
 
-enum class Patience
-{
-    stall,
-    procedure
-};
-
 /// HTTP exchanges with one server over one kept-alive connection, one at a time. Everything that can go wrong
 /// is thrown as Failure, or as BodyRefused; the exchange is over then, and its connection closed unless it
 /// was answered.
@@ -86,14 +82,9 @@ public:
 
     [[nodiscard]] const std::string &key() const { return m_key; }
 
-    void setConnectTimeout(std::chrono::seconds timeout);
+    void setConnectTimeout(std::chrono::seconds timeout) { vrc::setConnectTimeout(m_easy, timeout); }
 
 private:
-    struct FreeEasy
-    {
-        void operator()(CURL *easy) const { curl_easy_cleanup(easy); }
-    };
-
     struct FreeMulti
     {
         void operator()(CURLM *multi) const { curl_multi_cleanup(multi); }
@@ -107,18 +98,14 @@ private:
     using Headers = std::unique_ptr<curl_slist, FreeList>;
     using Clock = std::chrono::steady_clock;
 
-    template <class Value>
-    void set(CURLoption option, Value value);
-    void setUpServer(const ConnectionSettings &settings);
-    void setUpTrust(const ConnectionSettings &settings);
-    void setUpProxy(const ConnectionSettings &settings);
     void setUpCallbacks();
     void settleAuthentication();
     void start();
     template <class Condition>
     void pump(Condition isReached, Patience patience);
-    void checkProgress(Patience patience);
+    void requireProgress(Patience patience);
     [[nodiscard]] std::uint64_t movedBytes() const;
+    [[nodiscard]] curl_socket_t activeSocket() const;
     void takeMessages();
     void conclude();
     void noteFigures();
@@ -132,7 +119,7 @@ private:
 
     std::string m_key;
     std::unique_ptr<CURLM, FreeMulti> m_multi; ///< outlives the easy handle that is in it
-    std::unique_ptr<CURL, FreeEasy> m_easy;
+    EasyHandle m_easy;
     Headers m_plainHeaders;
     Headers m_chunkedHeaders;
     bool m_usesProxy = false;
@@ -146,10 +133,7 @@ private:
     std::exception_ptr m_sinkFailure;
     ExchangeEnd m_end;
     ExchangeFigures m_figures;
-    Clock::time_point m_lastProgress;
-    Clock::time_point m_lastFrame;
-    std::uint64_t m_lastMoved = 0;
-    std::uint64_t m_lastFrames = 0;
+    StallWatch m_watch;
     std::size_t m_headerBytes = 0;
     bool m_isBusy = false;
     bool m_isChunked = false;

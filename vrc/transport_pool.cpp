@@ -2,7 +2,6 @@
 #include "vrc/transport_pool.h"
 
 #include <algorithm>
-#include <curl/curl.h>
 
 namespace vrc {
 namespace {
@@ -13,9 +12,7 @@ constexpr std::size_t maxIdle = 8;
 
 TransportPool &TransportPool::instance()
 {
-    // Started before the pool is made, the transport library is still there when the pool goes at exit.
-    static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);
-    (void)started;
+    startTransportLibrary(); // first: it is still there when the pool goes at exit
     static TransportPool pool;
     return pool;
 }
