@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "appserver/ObjectReceiver.h"
+#include "appserver/CommandRunner.h"
 #include "appserver/RequestAnswer.h"
 #include "appserver/ServerSession.h"
-#include "appserver/session_commands.h"
 #include "wire/frame_reader.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,6 +25,9 @@ public:
     /// The connection may be null: then nobody can cut this request off.
     RequestProcessor(AppServices &services, ClientConnection *connection, std::string remoteAddress);
 
+    RequestProcessor(const RequestProcessor &) = delete;
+    RequestProcessor &operator=(const RequestProcessor &) = delete;
+
     /// Asked for the user whom a ticket proves, when the request opens a session with single sign-on.
     using TicketReader = std::function<std::optional<std::string>()>;
 
@@ -43,15 +44,6 @@ public:
     [[nodiscard]] bool wantsTicket() const { return m_wantsTicket; }
 
 private:
-    /// A command whose object has not arrived yet.
-    struct Pending
-    {
-        wire::CommandFrame frame;
-        std::optional<wire::Command> command; ///< no value for a malformed line, `problem` says why
-        std::string problem;
-        std::optional<ObjectReceiver> object;
-    };
-
     void takeFrame();
     void onFrame(wire::FrameType type, std::string_view payload);
     void onHello(std::string_view payload);
@@ -60,21 +52,12 @@ private:
     void onObject(std::string_view payload);
     void onData(std::string_view payload);
     void onQuery(std::string_view payload);
-    void onEnd(std::string_view payload);
+    void onEnd();
 
     [[nodiscard]] bool takeTicket(const wire::HelloFrame &hello, std::string &person);
     void openSession(const wire::HelloFrame &hello);
     void use(const std::shared_ptr<ServerSession> &session);
-    [[nodiscard]] bool isNext(const wire::CommandFrame &frame) const;
     void completePending();
-    void carryOutNext(Pending &pending);
-    void answerAgain(const Pending &pending);
-    [[nodiscard]] CommandOutcome outcomeOf(Pending &pending);
-    void succeed(const Pending &pending, const CommandOutcome &outcome);
-    void failCommand(const Pending &pending, wire::ErrorInfo error);
-    void answerCommand(const Pending &pending, RequestAnswer frames);
-    void addAcknowledgement();
-    [[nodiscard]] bool mayAnswerMore();
 
     AppServices &m_services;
     ClientConnection *m_connection;
@@ -84,9 +67,9 @@ private:
     RequestAnswer m_answer;
     std::shared_ptr<ServerSession> m_session;
     ServerSession::Use m_use;
-    std::optional<Pending> m_pending;
+    std::optional<CommandRunner> m_runner;         ///< of that session
+    std::optional<PendingCommand> m_pending;       ///< whose object has not arrived yet
     std::optional<wire::ErrorInfo> m_requestError; ///< of the request as a whole: what follows is dropped
-    std::uint64_t m_toAcknowledge = 0;             ///< 0: nothing
     bool m_started = false;                        ///< H or S has come
     bool m_hasCommands = false;
     bool m_ended = false; ///< Q or E has come: nothing may follow
