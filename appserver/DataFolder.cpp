@@ -3,30 +3,18 @@
 
 #include "appserver/Database.h"
 #include "appserver/default_configuration.h"
+#include "appserver/host_names.h"
 
 #include <algorithm>
-#include <array>
 #include <fcntl.h>
 #include <stdexcept>
 #include <sys/file.h>
-#include <unistd.h>
 
 namespace appserver {
 
 namespace {
 
 constexpr std::size_t configurationMaxBytes = 1024 * 1024;
-
-std::string hostName()
-{
-    std::array<char, 256> name{};
-    return ::gethostname(name.data(), name.size() - 1) == 0 ? std::string(name.data()) : std::string();
-}
-
-bool isWildcard(const std::string &address)
-{
-    return address == "0.0.0.0" || address == "::";
-}
 
 } // namespace
 
@@ -77,7 +65,7 @@ void DataFolder::prepareCertificates(const ListenSettings &listen) const
 {
     std::vector<std::string> names{"localhost", "127.0.0.1", "::1"};
     for (const std::string &name : {hostName(), listen.publicName, listen.address}) {
-        if (!name.empty() && !isWildcard(name) && std::ranges::find(names, name) == names.end()) {
+        if (!name.empty() && !isAnyAddress(name) && std::ranges::find(names, name) == names.end()) {
             names.push_back(name);
         }
     }

@@ -1,91 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/ServerConfiguration.h"
 
+#include "appserver/SectionReader.h"
+#include "appserver/host_names.h"
 #include "appserver/negotiate.h"
 #include "wire/limits.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <limits>
-#include <unistd.h>
 
 namespace appserver {
 
 namespace {
-
-[[noreturn]] void rejectSetting(const IniSection &section, std::string_view key, const std::string &reason)
-{
-    throw ConfigurationError("[" + section.name + "] " + std::string(key) + ": " + reason);
-}
-
-/// Reads the settings of one section and notices those that nobody asked for.
-class SectionReader
-{
-public:
-    explicit SectionReader(const IniSection &section) : m_section(section) {}
-
-    template <typename Number>
-    void read(std::string_view key, Number &target, Number lowest, Number highest)
-    {
-        m_known.emplace_back(key);
-        const std::string text = m_section.value(key);
-        if (text.empty()) {
-            return;
-        }
-        Number number{};
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error != std::errc() || end != text.data() + text.size() || number < lowest || number > highest) {
-            rejectSetting(m_section, key,
-                          "a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest) +
-                              " is wanted, not '" + text + "'");
-        }
-        target = number;
-    }
-
-    void read(std::string_view key, std::chrono::seconds &target)
-    {
-        int seconds = static_cast<int>(target.count());
-        read(key, seconds, 1, 30 * 24 * 3600);
-        target = std::chrono::seconds(seconds);
-    }
-
-    void read(std::string_view key, std::string &target)
-    {
-        m_known.emplace_back(key);
-        target = m_section.value(key, target);
-    }
-
-    void read(std::string_view key, bool &target)
-    {
-        m_known.emplace_back(key);
-        const std::string text = m_section.value(key, target ? "yes" : "no");
-        if (text != "yes" && text != "no") {
-            rejectSetting(m_section, key, "yes or no is wanted, not '" + text + "'");
-        }
-        target = text == "yes";
-    }
-
-    void read(std::string_view key, std::vector<std::string> &target)
-    {
-        m_known.emplace_back(key);
-        target = m_section.values(key);
-    }
-
-    /// Must be called last: a misspelt setting is an error and not a silent default.
-    void finish() const
-    {
-        for (const auto &[key, value] : m_section.entries) {
-            if (std::ranges::find(m_known, key) == m_known.end()) {
-                rejectSetting(m_section, key, "there is no such setting");
-            }
-        }
-    }
-
-private:
-    const IniSection &m_section;
-    std::vector<std::string> m_known;
-};
 
 std::vector<std::string> splitAt(std::string_view text, char separator)
 {
@@ -105,20 +31,6 @@ std::vector<std::string> nonEmptyParts(std::string_view text, char separator)
     std::vector<std::string> parts = splitAt(text, separator);
     std::erase_if(parts, [](const std::string &part) { return part.empty(); });
     return parts;
-}
-
-std::string hostName()
-{
-    std::array<char, 256> name{};
-    if (::gethostname(name.data(), name.size() - 1) != 0 || name[0] == '\0') {
-        return "localhost";
-    }
-    return name.data();
-}
-
-bool isAnyAddress(std::string_view address)
-{
-    return address == "0.0.0.0" || address == "::";
 }
 
 ListenSettings readListen(const IniSection &section)
