@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "appserver/server_files.h"
+#include "appserver/ClientSocket.h"
+#include "appserver/socket_address.h"
 
 #include <array>
 #include <atomic>
@@ -9,10 +10,7 @@
 #include <cstdint>
 #include <httplib.h>
 #include <memory>
-#include <mutex>
-#include <openssl/ssl.h>
 #include <string>
-#include <string_view>
 
 namespace appserver {
 
@@ -27,7 +25,8 @@ struct ConnectionLimits
     std::uint64_t bodyBytesPerSecond = 128;
 };
 
-/// One accepted connection, plain or TLS, as the HTTP library's stream. Used by one thread, except abort().
+/// One accepted connection as the HTTP library's stream, with the rules for slow clients. Used by one thread,
+/// except abort().
 class ClientConnection : public httplib::Stream
 {
 public:
@@ -66,12 +65,12 @@ public:
 
     [[nodiscard]] const Negotiation *negotiation() const { return m_negotiation.get(); }
 
-    [[nodiscard]] const std::string &remoteAddress() const { return m_remoteAddress; }
+    [[nodiscard]] const std::string &remoteAddress() const { return m_remote.ip; }
 
     /// No request is under way. Callable from every thread.
     [[nodiscard]] bool isIdle() const { return m_phase == Phase::idle; }
 
-    [[nodiscard]] bool isTls() const { return m_ssl != nullptr; }
+    [[nodiscard]] bool isTls() const { return m_socket.isTls(); }
 
     [[nodiscard]] std::uint64_t bytesIn() const { return m_bytesIn; }
 
@@ -84,10 +83,10 @@ public:
     void get_remote_ip_and_port(std::string &ip, int &port) const override;
     void get_local_ip_and_port(std::string &ip, int &port) const override;
 
-    socket_t socket() const override { return m_socket.get(); }
+    socket_t socket() const override { return m_socket.descriptor(); }
 
 private:
-    using Clock = std::chrono::steady_clock;
+    using Clock = ClientSocket::Clock;
     enum class Phase
     {
         idle,
@@ -95,28 +94,13 @@ private:
         body
     };
 
-    struct SslReleaser
-    {
-        void operator()(SSL *ssl) const;
-    };
-
-    [[nodiscard]] bool waitFor(short events, Clock::time_point deadline) const;
     [[nodiscard]] Clock::time_point readDeadline() const;
     [[nodiscard]] bool fill();
-    /// Tells the client at once what has arrived: a proxy that collects small packets (Nagle's algorithm)
-    /// keeps the next piece back until then, and the system would wait 40 ms for something to send along.
-    void acknowledge() const;
-    [[nodiscard]] bool sendAll(std::string_view bytes);
-    [[nodiscard]] ssize_t sendSome(std::string_view bytes, Clock::time_point deadline);
-    [[nodiscard]] ssize_t readSome(char *bytes, std::size_t size, Clock::time_point deadline);
-    [[nodiscard]] ssize_t readTls(char *bytes, std::size_t size, Clock::time_point deadline);
-    [[nodiscard]] bool waitForTls(int result, Clock::time_point deadline) const;
     [[nodiscard]] bool isTooSlow();
 
     std::unique_ptr<Negotiation> m_negotiation;
-    UniqueFd m_socket;
+    ClientSocket m_socket;
     ConnectionLimits m_limits;
-    std::unique_ptr<SSL, SslReleaser> m_ssl;
     std::array<char, 16384> m_buffer;
     std::size_t m_begin = 0; ///< of the unread bytes in m_buffer
     std::size_t m_end = 0;
@@ -128,12 +112,9 @@ private:
     std::string m_unsent;
     std::uint64_t m_bytesIn = 0;
     std::uint64_t m_bytesOut = 0;
-    std::string m_remoteAddress;
-    int m_remotePort = 0;
-    std::string m_localAddress;
-    int m_localPort = 0;
+    SocketAddress m_remote;
+    SocketAddress m_local;
     bool m_closes = false;
-    std::atomic<bool> m_aborted{false};
 };
 
 } // namespace appserver

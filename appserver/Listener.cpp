@@ -4,12 +4,12 @@
 #include "appserver/HttpSite.h"
 #include "appserver/TlsSettings.h"
 #include "appserver/server_log.h"
+#include "appserver/socket_address.h"
 
 #include <array>
 #include <cerrno>
 #include <memory>
 #include <netdb.h>
-#include <netinet/in.h>
 #include <openssl/crypto.h>
 #include <poll.h>
 #include <stdexcept>
@@ -57,21 +57,6 @@ UniqueFd bindTo(const addrinfo &address)
         return {};
     }
     return socket;
-}
-
-int portOf(int socket)
-{
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    void *raw = &address;
-    if (::getsockname(socket, static_cast<sockaddr *>(raw), &length) != 0) {
-        throwSystemError("getsockname");
-    }
-    // The port stands at the same place for both families.
-    static_assert(offsetof(sockaddr_in, sin_port) == offsetof(sockaddr_in6, sin6_port));
-    in_port_t port = 0;
-    std::memcpy(&port, static_cast<const char *>(raw) + offsetof(sockaddr_in, sin_port), sizeof port);
-    return ntohs(port);
 }
 
 /// A connection in the set, for as long as this lives.
@@ -149,7 +134,7 @@ Listener::Listener(const std::string &address, int port, HttpSite &site, const T
     if (!m_socket || !m_wake) {
         throwSystemError("cannot listen on " + address + " port " + std::to_string(port));
     }
-    m_port = portOf(m_socket.get());
+    m_port = localAddressOf(m_socket.get()).port;
 }
 
 Listener::~Listener()
