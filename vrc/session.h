@@ -53,7 +53,7 @@ private:
 
     // The ways that a command can go (session.cpp).
     void close();
-    [[nodiscard]] bool takeTravelled(const RemoteCommand &command);
+    void reset();
     [[nodiscard]] std::string send(const RemoteCommand &command);
     [[nodiscard]] std::string sendWaiting(const RemoteCommand &command);
     void sendQueued(const RemoteCommand &command);
@@ -65,12 +65,12 @@ private:
     template <class Action>
     auto insist(Action action);
 
-    // What an answer says (session.cpp).
+    // What an answer says, and has brought along (session_answers.cpp).
+    [[nodiscard]] bool takeTravelled(const RemoteCommand &command);
     [[nodiscard]] std::string settle(const RemoteCommand &command, std::uint64_t number, Answer &answer);
     void takeWelcome(const Answer &answer);
     void takeFetched(const RemoteCommand &command, Answer &answer);
     void noteEffects(const RemoteCommand &command, OutgoingBody body);
-    void reset();
 
     // Bodies (session_bodies.cpp).
     [[nodiscard]] Answer exchange(const RemoteCommand &command, std::uint64_t number,
