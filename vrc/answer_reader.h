@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "vrc/file_access.h"
 #include "vrc/local_file.h"
 #include "vrc/transport.h"
 #include "wire/frame_reader.h"

@@ -2,6 +2,7 @@
 #include "vrc/channel.h"
 
 #include "vrc/failure.h"
+#include "vrc/file_access.h"
 #include "vrc/transport_pool.h"
 #include "wire/limits.h"
 

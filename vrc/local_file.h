@@ -5,10 +5,8 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 
-/// Files on this machine. Everything here throws Failure: LOCAL/REQUEST/125 where a file cannot be read, 126
+/// Objects of type FILE. Everything here throws Failure: LOCAL/REQUEST/125 where a file cannot be read, 126
 /// where one cannot be written, 130 where it is 2^31 bytes or longer.
 namespace vrc {
 
@@ -57,55 +55,5 @@ private:
     std::optional<FileSlice> m_copiedFrom;
     std::unique_ptr<CopyDescriptors> m_descriptors; ///< since the first copy
 };
-
-/// A file that is being written: created readable by its owner alone, or emptied. Links are not followed.
-class FileWriter
-{
-public:
-    explicit FileWriter(const std::string &path);
-    ~FileWriter();
-    FileWriter(const FileWriter &) = delete;
-    FileWriter &operator=(const FileWriter &) = delete;
-
-    void write(std::string_view bytes);
-    void close(); ///< reports what the destructor cannot
-
-private:
-    std::string m_path;
-    int m_descriptor = -1;
-};
-
-/// A file that is read from a position of the caller's.
-class FileReader
-{
-public:
-    explicit FileReader(const std::string &path);
-    ~FileReader();
-    FileReader(const FileReader &) = delete;
-    FileReader &operator=(const FileReader &) = delete;
-
-    [[nodiscard]] std::uint64_t size() const { return m_size; }
-
-    [[nodiscard]] const std::string &path() const { return m_path; }
-
-    [[nodiscard]] int descriptor() const { return m_descriptor; }
-
-    /// Fills `bytes` completely; a file that has become shorter is an error.
-    void read(std::uint64_t offset, std::string &bytes, std::size_t count) const;
-
-    /// The same at the end of `target`.
-    void append(std::uint64_t offset, std::string &target, std::size_t count) const;
-
-private:
-    std::string m_path;
-    int m_descriptor = -1;
-    std::uint64_t m_size = 0;
-};
-
-/// Writing a file while it is read would destroy it: an error when the path leads to the file that is read.
-void refuseToOverwrite(const FileReader &source, const std::string &path);
-
-/// A new empty file of the owner alone in the folder for temporary files; gives its path.
-[[nodiscard]] std::string createTemporaryFile();
 
 } // namespace vrc

@@ -2,6 +2,7 @@
 #include "vrc/remote_command.h"
 
 #include "vrc/failure.h"
+#include "vrc/file_access.h"
 #include "wire/limits.h"
 
 #include <algorithm>

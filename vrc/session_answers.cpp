@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/failure.h"
+#include "vrc/file_access.h"
 #include "vrc/session.h"
 
 #include <algorithm>
