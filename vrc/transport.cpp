@@ -2,15 +2,14 @@
 #include "vrc/transport.h"
 
 #include "vrc/failure.h"
+#include "vrc/frames_type.h"
 #include "vrc/socket_backlog.h"
 #include "wire/limits.h"
 
 #include <algorithm>
-#include <cstring>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <new>
-#include <strings.h>
 #include <sys/socket.h>
 #include <utility>
 
@@ -258,14 +257,10 @@ void Transport::noteFigures()
     m_wasReused = m_end.isConnected && (connections == 0 || m_end.code == CURLE_SEND_FAIL_REWIND);
 }
 
-/// Status 200 and the media type of frames, parameters aside.
 bool Transport::isFrames() const
 {
     const auto status = m_easy.info<long>(CURLINFO_RESPONSE_CODE);
-    const auto *type = m_easy.info<const char *>(CURLINFO_CONTENT_TYPE);
-    const std::size_t length = std::strlen(wire::mediaType);
-    return status == 200 && type != nullptr && strncasecmp(type, wire::mediaType, length) == 0 &&
-           (type[length] == '\0' || type[length] == ';' || type[length] == ' ');
+    return status == 200 && isFramesType(m_easy.info<const char *>(CURLINFO_CONTENT_TYPE));
 }
 
 std::size_t Transport::readBody(char *buffer, std::size_t size, std::size_t count, void *self)
