@@ -2,10 +2,12 @@
 #include "tests/torture/SweepTable.h"
 
 #include <atomic>
+#include <charconv>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 #include <thread>
 
 namespace {
@@ -66,6 +68,22 @@ private:
 
 } // namespace
 
+namespace {
+
+bool readShare(std::string_view text, SweepOptions &options)
+{
+    const char *end = text.data() + text.size();
+    const auto share = std::from_chars(text.data(), end, options.share);
+    if (share.ec != std::errc() || share.ptr == end || *share.ptr != '/') {
+        return false;
+    }
+    const auto shares = std::from_chars(share.ptr + 1, end, options.shares);
+    return shares.ec == std::errc() && shares.ptr == end && options.share >= 1 &&
+           options.share <= options.shares;
+}
+
+} // namespace
+
 SweepOptions SweepOptions::parse(int argc, char **argv)
 {
     SweepOptions options;
@@ -77,17 +95,20 @@ SweepOptions SweepOptions::parse(int argc, char **argv)
             options.onlyClass = argv[++i];
         } else if (word == "--case" && i + 1 < argc) {
             options.onlyCase = argv[++i];
+        } else if (word == "--share" && i + 1 < argc && readShare(argv[i + 1], options)) {
+            ++i;
         } else {
-            std::fprintf(stderr, "usage: %s [--every] [--class TEXT] [--case TEXT]\n", argv[0]);
+            std::fprintf(stderr, "usage: %s [--every] [--class TEXT] [--case TEXT] [--share K/N]\n", argv[0]);
             std::exit(2);
         }
     }
     return options;
 }
 
-bool SweepOptions::selects(const SweepCase &one) const
+bool SweepOptions::selects(const SweepCase &one, std::size_t position) const
 {
-    return one.className.find(onlyClass) != std::string::npos && (onlyCase.empty() || one.name == onlyCase);
+    return position % shares == share - 1 && one.className.find(onlyClass) != std::string::npos &&
+           (onlyCase.empty() || one.name == onlyCase);
 }
 
 void SweepTable::run(const std::vector<SweepCase> &cases, unsigned workers)
@@ -100,7 +121,7 @@ void SweepTable::run(const std::vector<SweepCase> &cases, unsigned workers)
         for (unsigned i = 0; i < workers; ++i) {
             threads.emplace_back([&] {
                 for (std::size_t at = next++; at < cases.size(); at = next++) {
-                    if (m_options.selects(cases[at])) {
+                    if (m_options.selects(cases[at], at)) {
                         watchdog.started(cases[at]);
                         judge(cases[at]);
                         watchdog.ended(cases[at]);

@@ -30,11 +30,14 @@ struct SweepOptions
     bool isEvery = false;  ///< --every: all cases, not the fixed selection
     std::string onlyClass; ///< --class TEXT: only classes that hold this text
     std::string onlyCase;  ///< --case TEXT: only cases of this name
+    std::size_t share = 1; ///< --share K/N: every Nth case of a class, from the Kth on
+    std::size_t shares = 1;
 
     /// Ends the program when the command line is wrong.
     static SweepOptions parse(int argc, char **argv);
 
-    [[nodiscard]] bool selects(const SweepCase &one) const;
+    /// `position` within its class, from 0.
+    [[nodiscard]] bool selects(const SweepCase &one, std::size_t position) const;
 };
 
 /// Runs cases and counts, by class, how they ended. A case that takes longer than its limit is a violation;
