@@ -150,12 +150,34 @@ TEST_F(LocalCommands, malformed_ones_are_refused)
           "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|BLOB| NAME=|O|",
           "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|STRING| NAME=||",
           "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|O|",
+          "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|O| FILENAME=||",
           "VR_CMD=|LOCAL:OBJECT:REMOVE| NAME=|O| COLOUR=|red|",
           "VR_CMD=|LOCAL:OBJECT:REMOVE| NAME=|O| VR_CONTAINER=|c|", "VR_CMD=|LOCAL:OBJECT:REMOVE| NAME=|a|b|",
           "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|STRING| NAME=|O| REPLACE=|1|"}) {
         EXPECT_EQ(codeOf(line), "121") << line;
     }
     EXPECT_EQ(codeOf("VR_CMD=|LOCAL:OBJECT:REMOVE| NAME=|" + std::string(2'000'000, 'x') + "|"), "130");
+}
+
+TEST_F(LocalCommands, a_request_holds_so_many_objects_and_variables_and_no_more)
+{
+    const auto create = [](const std::string &name) {
+        return "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|INTEGER| NAME=|" + name + "| REPLACE=|YES|";
+    };
+    for (int number = 0; number < 1024; ++number) {
+        ASSERT_EQ(resultOf(create("O" + std::to_string(number))), "");
+    }
+    EXPECT_EQ(codeOf(create("Another")), "130");
+    EXPECT_EQ(resultOf(create("O7")), "") << "one that is there is replaced";
+
+    const auto keep = [](const std::string &name) {
+        return "VR_CMD=|LOCAL:OBJECT:INTEGER_GET_VALUE| NAME=|O7| VR_VAR=|" + name + "|";
+    };
+    for (int number = 0; number < 64; ++number) {
+        ASSERT_EQ(resultOf(keep("V" + std::to_string(number))), "0");
+    }
+    EXPECT_EQ(codeOf(keep("Another")), "130");
+    EXPECT_EQ(resultOf(keep("V7")), "0") << "one that is there is replaced";
 }
 
 TEST_F(LocalCommands, asking_about_an_error_changes_nothing_of_it)
