@@ -157,6 +157,20 @@ TEST(LoginMemory, invented_names_do_not_fill_the_memory_and_the_address_is_still
     EXPECT_FALSE(throttle.refuses("user1", "192.0.2.1", strict, now + 61s));
 }
 
+TEST(LoginMemory, more_addresses_than_are_remembered_do_not_fill_it_and_the_first_ones_stay_refused)
+{
+    LoginThrottle throttle;
+    const LoginThrottle::Rule rule{1, 60s};
+    const auto now = LoginThrottle::Clock::now();
+    for (int i = 0; i < 100'000; ++i) {
+        throttle.failed("ada", std::to_string(i), rule, now);
+    }
+    EXPECT_TRUE(throttle.refuses("ada", "0", rule, now));
+    EXPECT_FALSE(throttle.refuses("ada", "99999", rule, now));
+    throttle.failed("ada", "99999", rule, now + 61s);
+    EXPECT_TRUE(throttle.refuses("ada", "99999", rule, now + 61s));
+}
+
 TEST(ControlDigest, takes_code_points_of_every_length_and_bytes_that_are_none)
 {
     const std::string other = "\xED\x9E\xBF\x3F"; // what every low byte from 0x80 on becomes
