@@ -3,6 +3,7 @@
 #include "tests/fuzz/fuzz_entry.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vrp/core/VrpLog.h"
+#include "vrp/platform/keyword.h"
 #include "vrp/platform/text.h"
 #include "vrp/server/browser.h"
 #include "vrp/server/connection_text.h"
@@ -164,7 +165,7 @@ void checkKeywords(std::wstring text)
 {
     ensure(versionNumber(text) >= 0 || text.find(L'-') != text.npos);
     ensure(serviceTitle(text).find(L';') == std::wstring::npos);
-    ensure(isYes(text) == (keyword(text) == L"YES"));
+    ensure(isYes(text) == isYes(L" " + text + L"\t"));
     VrpsCleanString(text, false);
     ensure(text.find(L"  ") == std::wstring::npos && !text.starts_with(L' ') && !text.ends_with(L' '));
 }

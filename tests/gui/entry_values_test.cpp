@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/entry_values.h"
 
+#include "vrp/platform/keyword.h"
+
 #include <gtest/gtest.h>
 
 #include <string>

@@ -95,15 +95,10 @@ Document chooseDocument(const std::wstring &given)
     return {file, true};
 }
 
-bool isYes(ParameterMap &parameters, const wchar_t *key)
-{
-    return keyword(parameters[key]) == L"YES";
-}
-
 /// Only where both servers take it.
 bool singleSignOn(ParameterMap &parameters)
 {
-    return isYes(parameters, L"SERVER_UPLOAD_SSO") && isYes(parameters, L"SERVER_PORTAL_SSO");
+    return isYes(parameters[L"SERVER_UPLOAD_SSO"]) && isYes(parameters[L"SERVER_PORTAL_SSO"]);
 }
 
 int getCredentials(ParameterMap &parameters)

@@ -38,7 +38,7 @@ bool makeDirectory(const std::wstring &path)
     return mkdir(wtoUTF8(path).c_str(), newDirectoryMode) == 0;
 }
 
-void dropTrailing(std::wstring &path, wchar_t c)
+void dropOneTrailing(std::wstring &path, wchar_t c)
 {
     if (!path.empty() && path.back() == c) {
         path.pop_back();
@@ -110,8 +110,8 @@ bool MacDirExist(const wchar_t *path)
         return false;
     }
     std::wstring name = path;
-    dropTrailing(name, L'/');
-    dropTrailing(name, L'\\');
+    dropOneTrailing(name, L'/');
+    dropOneTrailing(name, L'\\');
     if (name.empty()) {
         return false;
     }

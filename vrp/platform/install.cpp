@@ -18,7 +18,7 @@
 
 namespace {
 
-void dropTrailing(std::wstring &path, wchar_t c)
+void dropAllTrailing(std::wstring &path, wchar_t c)
 {
     path.erase(path.find_last_not_of(c) + 1);
 }
@@ -38,8 +38,8 @@ void readOptions(VrpMain &main)
     }
     std::wstring folder = main.programDir;
     optionValue(L"-d", folder);
-    dropTrailing(folder, L'\\');
-    dropTrailing(folder, L'/');
+    dropAllTrailing(folder, L'\\');
+    dropAllTrailing(folder, L'/');
     copyBounded(main.installSourceDir, folder);
 }
 

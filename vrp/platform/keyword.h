@@ -12,3 +12,9 @@
     VrpsMakeUpper(text);
     return text;
 }
+
+/// True for "yes" in any letter case, blanks aside.
+[[nodiscard]] inline bool isYes(const std::wstring &text)
+{
+    return keyword(text) == L"YES";
+}

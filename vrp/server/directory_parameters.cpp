@@ -30,7 +30,7 @@ struct DirectoryConnection
 List directoryList()
 {
     List list;
-    const std::wstring last = perUserOrMachineWide(settingsGroup, L"Sdir");
+    const std::wstring last = perUserOrMachineWide(settingsGroup, setting::lastDirectory);
     if (!last.empty()) {
         list.push_back(last);
     }
@@ -96,8 +96,8 @@ int endWithoutDirectory(DirectoryConnection &connection)
 /// The next run tries this directory first.
 void rememberDirectory(const std::wstring &entry)
 {
-    VrpsSetCompanyRegistryKey(settingsGroup, L"Sdir", entry.c_str(), true);
-    VrpsSetCompanyRegistryKey(settingsGroup, L"Sdir", entry.c_str(), false);
+    VrpsSetCompanyRegistryKey(settingsGroup, setting::lastDirectory, entry.c_str(), true);
+    VrpsSetCompanyRegistryKey(settingsGroup, setting::lastDirectory, entry.c_str(), false);
 }
 
 /// A key or value that cannot be read is left out.

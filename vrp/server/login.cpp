@@ -61,7 +61,7 @@ ConnectionParameters readServerParameters(ParameterMap &parameters, const std::w
     connection.password = value(L"PASSWORD");
     connection.openProcedure = value(L"OPEN_SESSION_PROC");
     connection.closeProcedure = value(L"CLOSE_SESSION_PROC");
-    connection.sso = keyword(value(L"SSO")) == L"YES";
+    connection.sso = isYes(value(L"SSO"));
     connection.ssoPrincipal = value(L"SSO_PRINCIPAL");
     if (!connection.sso) {
         connection.loginArguments = loginArguments();

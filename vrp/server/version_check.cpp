@@ -14,8 +14,7 @@ namespace {
 
 bool checkWanted(ParameterMap &parameters)
 {
-    return keyword(parameters[L"LAST_VERSION_CHECK"]) == L"YES" &&
-           keyword(VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true)) == L"YES";
+    return isYes(parameters[L"LAST_VERSION_CHECK"]) && versionCheckEnabled();
 }
 
 bool newerVersionPublished(ParameterMap &parameters)

@@ -2,7 +2,7 @@
 #include "vrp/settings/settings_store.h"
 
 #include "vrp/core/VrpMain.h"
-#include "vrp/platform/text.h"
+#include "vrp/platform/keyword.h"
 #include "vrp/settings/store_access.h"
 
 #include <QSettings>
@@ -79,22 +79,27 @@ bool VrpsGetCompanyFromRegistry(const std::wstring &printer)
 
 std::wstring VrpsGetLastServiceFromRegistry()
 {
-    return userSetting(L"LastService");
+    return userSetting(setting::lastService);
 }
 
 void VrpsSetLastServiceToRegistry(const std::wstring &service)
 {
-    setUserSetting(L"LastService", service);
+    setUserSetting(setting::lastService, service);
 }
 
 int VrpsGetLastModeFromRegistry()
 {
-    return std::max(0, decimalPrefix(userSetting(L"LastMode")));
+    return std::max(0, decimalPrefix(userSetting(setting::lastMode)));
 }
 
 void VrpsSetLastModeToRegistry(int mode)
 {
-    setUserSetting(L"LastMode", std::to_wstring(mode));
+    setUserSetting(setting::lastMode, std::to_wstring(mode));
+}
+
+bool versionCheckEnabled()
+{
+    return isYes(VrpsGetCompanyRegistryKey(settingsGroup, setting::checkVersion, L"yes", true));
 }
 
 void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool perUser)

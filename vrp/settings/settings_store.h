@@ -12,6 +12,22 @@
 /// The group of what users choose and the program remembers.
 inline constexpr wchar_t settingsGroup[] = L"Settings";
 
+/// The names in that group.
+namespace setting {
+
+inline constexpr wchar_t checkVersion[] = L"CheckVersion"; ///< per user: "yes", the default, or "no"
+inline constexpr wchar_t identifier[] = L"Identifier";     ///< per user
+inline constexpr wchar_t password[] = L"Password";         ///< per user, enciphered
+inline constexpr wchar_t lastDirectory[] = L"Sdir";        ///< the directory server that answered last
+inline constexpr wchar_t lastMode[] = L"LastMode";         ///< per user, a PrintMode
+inline constexpr wchar_t lastService[] = L"LastService";   ///< per user, a row of the service table
+inline constexpr wchar_t proxyServer[] = L"ProxyServer";
+inline constexpr wchar_t proxyPort[] = L"ProxyPort";
+inline constexpr wchar_t proxyUser[] = L"ProxyUser";         ///< per user
+inline constexpr wchar_t proxyPassword[] = L"ProxyPassword"; ///< per user, enciphered
+
+} // namespace setting
+
 /// One string value of the company store; a null default is the empty text.
 std::wstring VrpsGetCompanyRegistryKey(const wchar_t *group, const wchar_t *name, const wchar_t *defaultValue,
                                        bool perUser);
@@ -31,6 +47,9 @@ void VrpsSetLastServiceToRegistry(const std::wstring &service);
 /// The last print mode, 0 when none is stored or it is negative.
 int VrpsGetLastModeFromRegistry();
 void VrpsSetLastModeToRegistry(int mode);
+
+/// Whether the user wants to be told of newer versions.
+bool versionCheckEnabled();
 
 /// Appends the stored directory servers of a scope to the list; an empty entry is skipped, a missing one ends
 /// it.

@@ -14,11 +14,11 @@ void VrpsGetProxyFromRegistry(bool machineOnly)
 {
     VrpMain &main = *VrpsGetMain();
     const bool perUser = !machineOnly;
-    main.proxyServer = VrpsGetCompanyRegistryKey(settingsGroup, L"ProxyServer", L"", perUser);
+    main.proxyServer = VrpsGetCompanyRegistryKey(settingsGroup, setting::proxyServer, L"", perUser);
     main.proxyPort = defaultProxyPort;
     main.proxyUser.clear();
     main.proxyPassword.clear();
-    const std::wstring port = VrpsGetCompanyRegistryKey(settingsGroup, L"ProxyPort", L"", perUser);
+    const std::wstring port = VrpsGetCompanyRegistryKey(settingsGroup, setting::proxyPort, L"", perUser);
     if (!port.empty()) {
         main.proxyPort = decimalPrefix(port);
     }
@@ -28,10 +28,10 @@ void VrpsGetProxyFromRegistry(bool machineOnly)
     if (machineOnly) {
         return;
     }
-    main.proxyUser = userSetting(L"ProxyUser");
+    main.proxyUser = userSetting(setting::proxyUser);
     // The identifier decides, not the proxy user: nobody's proxy password is in memory before they are known.
     if (!main.ident.empty()) {
-        main.proxyPassword = VrpsDecryptPassword(userSetting(L"ProxyPassword"));
+        main.proxyPassword = VrpsDecryptPassword(userSetting(setting::proxyPassword));
     }
 }
 
@@ -39,11 +39,11 @@ void VrpsSetProxyToRegistry(bool credentialsOnly, bool forgetPassword)
 {
     const VrpMain &main = *VrpsGetMain();
     if (!credentialsOnly) {
-        setUserSetting(L"ProxyServer", main.proxyServer);
-        setUserSetting(L"ProxyPort", std::to_wstring(main.proxyPort));
+        setUserSetting(setting::proxyServer, main.proxyServer);
+        setUserSetting(setting::proxyPort, std::to_wstring(main.proxyPort));
     }
-    setUserSetting(L"ProxyUser", main.proxyUser);
-    setUserSetting(L"ProxyPassword",
+    setUserSetting(setting::proxyUser, main.proxyUser);
+    setUserSetting(setting::proxyPassword,
                    VrpsEncryptPassword(forgetPassword ? std::wstring() : main.proxyPassword));
 }
 
@@ -51,15 +51,15 @@ void VrpsGetIdentPasswordFromRegistry()
 {
     VrpMain &main = *VrpsGetMain();
     main.password.clear();
-    main.ident = userSetting(L"Identifier");
+    main.ident = userSetting(setting::identifier);
     if (!main.ident.empty()) {
-        main.password = VrpsDecryptPassword(userSetting(L"Password"));
+        main.password = VrpsDecryptPassword(userSetting(setting::password));
     }
 }
 
 void VrpsSetIdentPasswordToRegistry()
 {
     const VrpMain &main = *VrpsGetMain();
-    setUserSetting(L"Identifier", main.ident);
-    setUserSetting(L"Password", VrpsEncryptPassword(main.password));
+    setUserSetting(setting::identifier, main.ident);
+    setUserSetting(setting::password, VrpsEncryptPassword(main.password));
 }

@@ -5,7 +5,6 @@
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
-#include "vrp/ui/entry_values.h"
 #include "vrp/ui/resource_text.h"
 
 #include <QCheckBox>
@@ -17,19 +16,14 @@
 
 namespace {
 
-QString setting(const wchar_t *name, bool perUser)
+QString storedText(const wchar_t *name, bool perUser)
 {
     return QString::fromStdWString(VrpsGetCompanyRegistryKey(settingsGroup, name, L"", perUser));
 }
 
-void storeSetting(const wchar_t *name, const QString &value, bool perUser)
+void storeText(const wchar_t *name, const QString &value, bool perUser)
 {
     VrpsSetCompanyRegistryKey(settingsGroup, name, QString2StdWString(value).c_str(), perUser);
-}
-
-bool versionCheckEnabled()
-{
-    return isYes(VrpsGetCompanyRegistryKey(settingsGroup, L"CheckVersion", L"yes", true));
 }
 
 /// A width at which a line edit shows a text whole: frame and margins take less than the field is high.
@@ -48,14 +42,15 @@ ConfigDialog::ConfigDialog() : PromptDialog(resource::dlgConfigTitle, resource::
 void ConfigDialog::createDialog()
 {
     setMinimumSize(350, 270);
-    m_directory = new QLineEdit(QString::fromStdWString(perUserOrMachineWide(settingsGroup, L"Sdir")), this);
+    m_directory = new QLineEdit(
+        QString::fromStdWString(perUserOrMachineWide(settingsGroup, setting::lastDirectory)), this);
     addLabelled(resource::dlgConfigDirectoryText, "directoryLabel", m_directory, "directoryEdit");
 
     // Server and port go together: both are the machine's when the user has no server.
-    const bool perUser = !setting(L"ProxyServer", true).isEmpty();
-    m_proxyServer = new QLineEdit(setting(L"ProxyServer", perUser), this);
+    const bool perUser = !storedText(setting::proxyServer, true).isEmpty();
+    m_proxyServer = new QLineEdit(storedText(setting::proxyServer, perUser), this);
     addLabelled(resource::dlgConfigProxyServerText, "proxyServerLabel", m_proxyServer, "proxyServerEdit");
-    addProxyPort(setting(L"ProxyPort", perUser));
+    addProxyPort(storedText(setting::proxyPort, perUser));
 
     addCheckBoxes();
     column()->addWidget(
@@ -96,8 +91,8 @@ void ConfigDialog::addCheckBoxes()
 void ConfigDialog::onOk()
 {
     storeServers();
-    storeSetting(L"CheckVersion", m_checkVersion->isChecked() ? QStringLiteral("yes") : QStringLiteral("no"),
-                 true);
+    storeText(setting::checkVersion,
+              m_checkVersion->isChecked() ? QStringLiteral("yes") : QStringLiteral("no"), true);
     if (m_forgetIdentity->isChecked()) {
         forgetIdentity();
     }
@@ -109,10 +104,10 @@ void ConfigDialog::onOk()
 
 void ConfigDialog::storeServers() const
 {
-    storeSetting(L"Sdir", m_directory->text(), true);
-    storeSetting(L"Sdir", m_directory->text(), false);
-    storeSetting(L"ProxyServer", m_proxyServer->text(), true);
-    storeSetting(L"ProxyPort", m_proxyPort->text(), true);
+    storeText(setting::lastDirectory, m_directory->text(), true);
+    storeText(setting::lastDirectory, m_directory->text(), false);
+    storeText(setting::proxyServer, m_proxyServer->text(), true);
+    storeText(setting::proxyPort, m_proxyPort->text(), true);
 }
 
 void ConfigDialog::forgetIdentity() const

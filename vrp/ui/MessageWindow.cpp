@@ -3,7 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/platform/text.h"
+#include "vrp/platform/keyword.h"
 #include "vrp/ui/entry_values.h"
 #include "vrp/ui/resource_text.h"
 #include "vrp/ui/window_placement.h"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/entry_values.h"
 
-#include "vrp/platform/keyword.h"
 #include "vrp/platform/text.h"
 
 #include <QString>
@@ -76,11 +75,6 @@ void parsePosition(std::wstring_view text, int &x, int &y)
         x = std::max(x, 0);
     }
     y = std::max(decimalPrefix(text), 0);
-}
-
-bool isYes(const std::wstring &text)
-{
-    return keyword(text) == L"YES";
 }
 
 std::wstring styleSheetFontFamily(std::wstring_view family)

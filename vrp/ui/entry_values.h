@@ -13,9 +13,6 @@ void parseColor(std::wstring_view text, int &r, int &g, int &b);
 /// Reads "x,y"; a negative number gives 0. Without a comma the number is y, and x keeps the value it had.
 void parsePosition(std::wstring_view text, int &x, int &y);
 
-/// True for "yes" in any letter case, blanks aside, as keywords are compared everywhere.
-[[nodiscard]] bool isYes(const std::wstring &text);
-
 /// A configured font family made fit for a style sheet: nothing in it can end the declaration that it stands
 /// in. Plain names stay as they are, others lose the characters that have a meaning there and are quoted.
 /// Empty gives "Arial"; a name ends after 500 characters.
