@@ -8,9 +8,15 @@ import tempfile
 
 from private_machine import as_user, run_as, start, wait_until
 
-_SCRIPTS = os.path.dirname(os.path.abspath(__file__))
-_DUMP = os.path.join(_SCRIPTS, "accessible_windows.py")
-_REPORTS = os.path.join(_SCRIPTS, "reported_texts.py")
+
+def _script(name):
+    """The text of a script: the user who runs it may not be allowed to read this folder."""
+    with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), name), encoding="utf-8") as file:
+        return file.read()
+
+
+_DUMP = _script("accessible_windows.py")
+_REPORTS = _script("reported_texts.py")
 # What a tree is made of besides what is read to people: frames of others.
 _SILENT_ROLES = ("panel", "filler")
 
@@ -65,7 +71,7 @@ class ScreenReader:
 
     def programs(self):
         """The programs that show windows, by name, each with its windows."""
-        found = run_as(self._session.user, "python3", _DUMP, **self._session.variables)
+        found = run_as(self._session.user, "python3", "-c", _DUMP, **self._session.variables)
         return json.loads(found[found.index("{"):])
 
     def window(self, program, title):
@@ -78,7 +84,7 @@ class ScreenReader:
     def listen(self):
         """Starts to listen to what programs report as typed."""
         self._record = tempfile.TemporaryFile()  # pylint: disable=consider-using-with
-        self._listener = start(*as_user(self._session.user, "python3", _REPORTS, **self._session.variables),
+        self._listener = start(*as_user(self._session.user, "python3", "-c", _REPORTS, **self._session.variables),
                                stdout=self._record)
         wait_until(self.reported, "somebody listens")
 
