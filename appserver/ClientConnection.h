@@ -4,11 +4,12 @@
 #include "appserver/ClientSocket.h"
 #include "appserver/socket_address.h"
 
+#include <httplib.h>
+
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <httplib.h>
 #include <memory>
 #include <string>
 

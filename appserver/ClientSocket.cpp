@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/ClientSocket.h"
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <openssl/err.h>
 #include <poll.h>
 #include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <utility>
 
 namespace appserver {

@@ -3,13 +3,14 @@
 
 #include "appserver/server_files.h"
 
+#include <openssl/ssl.h>
+#include <sys/types.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
-#include <openssl/ssl.h>
 #include <string_view>
-#include <sys/types.h>
 
 namespace appserver {
 

@@ -5,10 +5,11 @@
 #include "appserver/default_configuration.h"
 #include "appserver/host_names.h"
 
-#include <algorithm>
 #include <fcntl.h>
-#include <stdexcept>
 #include <sys/file.h>
+
+#include <algorithm>
+#include <stdexcept>
 
 namespace appserver {
 

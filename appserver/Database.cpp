@@ -2,6 +2,7 @@
 #include "appserver/Database.h"
 
 #include <sqlite3.h>
+
 #include <stdexcept>
 
 namespace appserver {

@@ -3,12 +3,13 @@
 
 #include "appserver/secrets.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
-#include <new>
 #include <unistd.h>
 #include <xxhash.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
 
 namespace appserver {
 

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <httplib.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <httplib.h>
 #include <string>
 #include <string_view>
 

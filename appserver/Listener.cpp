@@ -6,17 +6,18 @@
 #include "appserver/server_log.h"
 #include "appserver/socket_address.h"
 
-#include <array>
-#include <cerrno>
-#include <memory>
 #include <netdb.h>
 #include <openssl/crypto.h>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <system_error>
 #include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
 
 namespace appserver {
 

@@ -3,9 +3,10 @@
 
 #include "appserver/certificates.h"
 
+#include <openssl/ssl.h>
+
 #include <memory>
 #include <mutex>
-#include <openssl/ssl.h>
 
 namespace appserver {
 

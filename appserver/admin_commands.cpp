@@ -9,11 +9,12 @@
 #include "appserver/server_log.h"
 #include "appserver/server_options.h"
 
+#include <termios.h>
+#include <unistd.h>
+
 #include <iostream>
 #include <stdexcept>
 #include <string>
-#include <termios.h>
-#include <unistd.h>
 
 namespace appserver {
 

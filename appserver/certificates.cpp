@@ -4,15 +4,16 @@
 #include "appserver/openssl_error.h"
 #include "appserver/server_files.h"
 
-#include <algorithm>
 #include <arpa/inet.h>
-#include <array>
-#include <memory>
 #include <openssl/bio.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
 
 namespace appserver {
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/control_digest.h"
 
+#include <openssl/evp.h>
+
 #include <array>
 #include <cstdint>
-#include <openssl/evp.h>
 #include <stdexcept>
 
 namespace appserver {

@@ -3,10 +3,11 @@
 
 #include "appserver/FileObject.h"
 
+#include <zstd.h>
+
 #include <memory>
 #include <new>
 #include <string>
-#include <zstd.h>
 
 namespace appserver {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/host_names.h"
 
-#include <array>
 #include <unistd.h>
+
+#include <array>
 
 namespace appserver {
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/negotiate.h"
 
-#include <array>
 #include <gssapi/gssapi.h>
 #include <gssapi/gssapi_ext.h>
+
+#include <array>
 
 namespace appserver {
 

@@ -2,6 +2,7 @@
 #include "appserver/openssl_error.h"
 
 #include <openssl/err.h>
+
 #include <stdexcept>
 #include <system_error>
 

@@ -5,10 +5,11 @@
 #include "appserver/server_files.h"
 #include "wire/utf8.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <unistd.h>
 
 namespace appserver {
 

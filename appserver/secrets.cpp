@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/secrets.h"
 
-#include <semaphore>
 #include <sodium.h>
+
+#include <semaphore>
 #include <stdexcept>
 #include <vector>
 

@@ -3,12 +3,13 @@
 
 #include "appserver/server_files.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <array>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace appserver {
 

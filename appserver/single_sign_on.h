@@ -2,6 +2,7 @@
 #pragma once
 
 #include <httplib.h>
+
 #include <optional>
 #include <string>
 #include <string_view>

@@ -2,10 +2,11 @@
 #include "appserver/socket_address.h"
 
 #include <arpa/inet.h>
-#include <array>
-#include <cstring>
 #include <netinet/in.h>
 #include <sys/socket.h>
+
+#include <array>
+#include <cstring>
 
 namespace appserver {
 

@@ -4,12 +4,13 @@
 #include "appserver/secrets.h"
 #include "appserver/server_options.h"
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+
 #include <csignal>
 #include <ctime>
 #include <iostream>
 #include <stdexcept>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <vector>
 
 namespace {

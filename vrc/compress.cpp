@@ -5,12 +5,13 @@
 #include "vrc/file_access.h"
 #include "wire/limits.h"
 
-#include <algorithm>
-#include <memory>
-#include <string>
 #include <unistd.h>
 #include <zstd.h>
 #include <zstd_errors.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
 
 namespace vrc {
 namespace {

@@ -3,11 +3,12 @@
 
 #include "vrc/failure.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 
 namespace vrc {
 namespace {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <curl/curl.h>
+
 #include <memory>
 
 namespace vrc {

@@ -3,12 +3,13 @@
 
 #include "vrc/failure.h"
 
-#include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
 
 namespace vrc {
 namespace {

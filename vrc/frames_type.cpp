@@ -3,8 +3,9 @@
 
 #include "wire/limits.h"
 
-#include <cstring>
 #include <curl/curl.h>
+
+#include <cstring>
 
 namespace vrc {
 

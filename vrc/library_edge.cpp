@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/include/vrc.h"
-
 #include "vrc/connection_string.h"
+#include "vrc/include/vrc.h"
 #include "vrc/request.h"
 
 #include <cstddef>

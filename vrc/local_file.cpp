@@ -6,9 +6,10 @@
 #include "vrc/file_access.h"
 #include "wire/limits.h"
 
-#include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 #include <utility>
 
 namespace vrc {

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdint>
 #include <curl/curl.h>
+
+#include <cstdint>
 
 namespace vrc {
 

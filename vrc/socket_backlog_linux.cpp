@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/socket_backlog.h"
 
-#include <algorithm>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
+
+#include <algorithm>
 
 namespace vrc {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/socket_backlog.h"
 
-#include <algorithm>
 #include <sys/socket.h>
+
+#include <algorithm>
 
 namespace vrc {
 

@@ -3,12 +3,13 @@
 
 #include "wire/fields.h"
 
-#include <array>
-#include <chrono>
-#include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <ctime>
 
 namespace vrc {
 namespace {

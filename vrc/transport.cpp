@@ -6,11 +6,12 @@
 #include "vrc/socket_backlog.h"
 #include "wire/limits.h"
 
-#include <algorithm>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <new>
 #include <sys/socket.h>
+
+#include <algorithm>
+#include <new>
 #include <utility>
 
 namespace vrc {

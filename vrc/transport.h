@@ -7,9 +7,10 @@
 #include "vrc/transport_errors.h"
 #include "vrc/transport_setup.h"
 
+#include <curl/curl.h>
+
 #include <chrono>
 #include <cstdint>
-#include <curl/curl.h>
 #include <exception>
 #include <memory>
 #include <optional>

@@ -4,6 +4,7 @@
 #include "wire/error_info.h"
 
 #include <curl/curl.h>
+
 #include <string>
 
 namespace vrc {

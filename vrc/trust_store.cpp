@@ -6,12 +6,13 @@
 
 #include <curl/curl.h>
 #include <dirent.h>
+#include <sys/stat.h>
+
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string_view>
-#include <sys/stat.h>
 #include <utility>
 
 namespace vrc {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "wire/frames.h"
-
 #include "wire/byte_io.h"
 #include "wire/frame_layout.h"
+#include "wire/frames.h"
 #include "wire/limits.h"
 #include "wire/utf8.h"
 

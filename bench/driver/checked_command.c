@@ -1,14 +1,13 @@
 /* SPDX-License-Identifier: MIT */
 #include "bench/driver/checked_command.h"
 
-#include <vrc.h>
-
 #include <stdarg.h>
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <time.h>
+#include <vrc.h>
 
 enum
 {

@@ -5,11 +5,10 @@
  */
 #include "bench/driver/upload_sequence.h"
 
-#include <vrc.h>
-
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <vrc.h>
 
 /* VmHWM of /proc/self/status: the most memory of this program, its libraries included, that ever lay in RAM.
  */

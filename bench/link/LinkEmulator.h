@@ -6,10 +6,11 @@
 #include "bench/link/packet_watch.h"
 #include "bench/link/tun_device.h"
 
+#include <poll.h>
+
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <poll.h>
 #include <string>
 
 /// Carries packets between two devices, and obeys the lines of the standard input: `set SETTING ...` changes

@@ -4,11 +4,11 @@
 #include "appserver/document_format.h"
 #include "tests/fuzz/fuzz_entry.h"
 
+#include <zstd.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
-
-#include <zstd.h>
 
 // A document as a client sends it: taken apart by the server, beside the library's own function for a whole
 // text, and looked at for what it is.

@@ -5,10 +5,11 @@
 #include "tests/support/server_process.h"
 
 #include <httplib.h>
+#include <zstd.h>
+
 #include <iterator>
 #include <stdexcept>
 #include <string>
-#include <zstd.h>
 
 /// Speaks the protocol with a real server, over TLS.
 class FrameClient

@@ -3,14 +3,15 @@
 
 #include "tests/support/loopback_socket.h"
 
+#include <fcntl.h>
+#include <sys/wait.h>
+
 #include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
-#include <sys/wait.h>
 #include <thread>
 
 namespace {

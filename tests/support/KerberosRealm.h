@@ -3,9 +3,10 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
-#include <sys/types.h>
 
 /// A Kerberos realm of its own: a key distribution centre on a free port of the loopback interface, whose
 /// files, like the tickets of the person at this machine, lie in a temporary folder. The environment of this

@@ -4,13 +4,14 @@
 #include "tests/support/ArgumentVector.h"
 #include "tests/support/loopback_socket.h"
 
-#include <chrono>
-#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <string>
 #include <vector>
 
 /// A program that listens on a port of the loopback interface, says nothing, and is ended with this object.

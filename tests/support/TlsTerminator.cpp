@@ -2,6 +2,7 @@
 #include "tests/support/TlsTerminator.h"
 
 #include <poll.h>
+
 #include <stdexcept>
 
 TlsTerminator::TlsTerminator(const Identity &identity, int targetPort)

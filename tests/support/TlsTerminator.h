@@ -3,12 +3,13 @@
 
 #include "tests/support/loopback_socket.h"
 
+#include <openssl/ssl.h>
+
 #include <atomic>
 #include <filesystem>
 #include <list>
 #include <memory>
 #include <mutex>
-#include <openssl/ssl.h>
 #include <string>
 #include <thread>
 

@@ -6,6 +6,7 @@
 #include "wire/limits.h"
 
 #include <gtest/gtest.h>
+
 #include <optional>
 #include <string>
 #include <string_view>

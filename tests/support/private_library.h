@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 /// Programs that use the real client library run it from a folder of their own, so that each run has its own
 /// trusted certificate authority beside it (vrc-ca.pem). Child processes inherit the folder.

@@ -11,13 +11,14 @@
 #include "wire/frames.h"
 #include "wire/limits.h"
 
-#include <cstdio>
 #include <net/if.h>
 #include <sched.h>
 #include <sodium.h>
 #include <sqlite3.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
+
+#include <cstdio>
 
 namespace {
 

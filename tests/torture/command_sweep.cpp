@@ -17,11 +17,11 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 
 #include <cstdio>
-#include <sched.h>
 #include <sstream>
-#include <sys/mount.h>
 
 namespace {
 

@@ -4,15 +4,16 @@
 #include "tests/support/sample_documents.h"
 
 #include <arpa/inet.h>
-#include <chrono>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/socket.h>
+
+#include <chrono>
+#include <fstream>
 #include <random>
 #include <sstream>
-#include <sys/socket.h>
 #include <thread>
 
 using ::testing::HasSubstr;

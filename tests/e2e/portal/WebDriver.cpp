@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/portal/WebDriver.h"
 
+#include <fcntl.h>
+#include <sodium.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
-#include <sodium.h>
 #include <sstream>
 #include <stdexcept>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 using nlohmann::json;
 

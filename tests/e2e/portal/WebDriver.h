@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <filesystem>
 #include <httplib.h>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <string>
 #include <sys/types.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
 
 /// A headless Chromium, driven through chromedriver (W3C WebDriver). Functions throw std::runtime_error with
 /// what the browser said.

@@ -2,9 +2,10 @@
 #include "tests/e2e/portal/WebDriver.h"
 #include "tests/support/FrameClient.h"
 
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace {
 

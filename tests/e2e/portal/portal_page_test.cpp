@@ -4,9 +4,10 @@
 #include "tests/support/FrameClient.h"
 #include "tests/support/sample_documents.h"
 
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 /// The portal in a real browser.
 class PortalPageTest : public ::testing::Test

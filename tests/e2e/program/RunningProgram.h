@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <map>
 #include <string>
 #include <vector>
-
-#include <sys/types.h>
 
 using Variables = std::map<std::string, std::string>;
 

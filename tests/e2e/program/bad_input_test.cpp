@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/program/ProgramTest.h"
 
-#include <chrono>
 #include <sys/resource.h>
+
+#include <chrono>
 
 namespace {
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/SendTest.h"
-
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 

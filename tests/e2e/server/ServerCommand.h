@@ -3,9 +3,10 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <sys/wait.h>
+
 #include <cstdlib>
 #include <string>
-#include <sys/wait.h>
 
 /// One call of the program vrserver that ends by itself, as on a terminal without one: input from a file.
 class ServerCommand

@@ -3,13 +3,14 @@
 #include "tests/support/FrameClient.h"
 #include "tests/support/sample_documents.h"
 
-#include <cstdio>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <memory>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cstdio>
+#include <memory>
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;

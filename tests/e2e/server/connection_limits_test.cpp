@@ -2,11 +2,12 @@
 #include "tests/support/FrameClient.h"
 #include "tests/support/loopback_socket.h"
 
-#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+
+#include <algorithm>
 
 using ::testing::ElementsAre;
 using ::testing::StartsWith;

@@ -3,6 +3,7 @@
 
 #include <httplib.h>
 #include <openssl/evp.h>
+
 #include <stdexcept>
 #include <string_view>
 

@@ -3,6 +3,7 @@
 
 #include <gssapi/gssapi.h>
 #include <gssapi/gssapi_ext.h>
+
 #include <string>
 
 /// A client that proves with its ticket who it is, token by token, as a browser or libcurl does.

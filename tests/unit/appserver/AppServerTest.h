@@ -7,9 +7,10 @@
 #include "appserver/secrets.h"
 #include "tests/support/frame_text.h"
 
-#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <filesystem>
 #include <string>
 #include <vector>
 

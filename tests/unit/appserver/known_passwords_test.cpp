@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "appserver/KnownPasswords.h"
-
 #include "appserver/Database.h"
+#include "appserver/KnownPasswords.h"
 #include "appserver/UserStore.h"
 #include "tests/support/TemporaryFolder.h"
 

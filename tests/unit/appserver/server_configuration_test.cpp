@@ -8,9 +8,10 @@
 #include "appserver/server_options.h"
 #include "tests/unit/appserver/AppServerTest.h"
 
+#include <sys/stat.h>
+
 #include <fstream>
 #include <sstream>
-#include <sys/stat.h>
 
 namespace appserver {
 

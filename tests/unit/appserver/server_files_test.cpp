@@ -14,8 +14,9 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <xxhash.h>
+
+#include <system_error>
 
 namespace appserver {
 

@@ -2,10 +2,11 @@
 #include "appserver/decompression.h"
 #include "tests/unit/appserver/AppServerTest.h"
 
-#include <fstream>
-#include <sstream>
 #include <xxhash.h>
 #include <zstd.h>
+
+#include <fstream>
+#include <sstream>
 
 namespace appserver {
 

@@ -6,9 +6,7 @@
 #include "tests/unit/backend/scratch_folder.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
-
 #include <unistd.h>
 
 #include <algorithm>

@@ -3,9 +3,8 @@
 
 #include "tests/unit/backend/AgentTest.h"
 
-#include <gmock/gmock.h>
-
 #include <fcntl.h>
+#include <gmock/gmock.h>
 
 #include <chrono>
 #include <sstream>

@@ -6,9 +6,8 @@
 #include "backend/spool_names.h"
 #include "tests/unit/backend/scratch_folder.h"
 
-#include <gmock/gmock.h>
-
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 

@@ -3,13 +3,11 @@
 #include "backend/spool_names.h"
 #include "tests/unit/backend/AgentTest.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
-
+#include <poll.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-
-#include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <chrono>

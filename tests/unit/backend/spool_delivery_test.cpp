@@ -4,9 +4,8 @@
 #include "backend/backend_failure.h"
 #include "tests/unit/backend/scratch_folder.h"
 
-#include <gmock/gmock.h>
-
 #include <fcntl.h>
+#include <gmock/gmock.h>
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;

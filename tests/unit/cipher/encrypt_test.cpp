@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tests/unit/cipher/reference_blowfish.h"
 #include "vrp/encrypt.h"
 
-#include <gtest/gtest.h>
-
+#include "tests/unit/cipher/reference_blowfish.h"
 #include "vrp/platform/text.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "tests/unit/cipher/reference_blowfish.h"
 #include "vrp/md5.h"
 
-#include <gtest/gtest.h>
+#include "tests/unit/cipher/reference_blowfish.h"
 
 #include <QTemporaryDir>
 
+#include <gtest/gtest.h>
 #include <openssl/evp.h>
 
 #include <filesystem>

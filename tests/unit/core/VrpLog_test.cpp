@@ -7,10 +7,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
-
-#include <sys/stat.h>
 
 namespace {
 

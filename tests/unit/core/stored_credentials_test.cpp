@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "vrp/settings/settings_store.h"
-
 #include "tests/support/fresh_main.h"
 #include "tests/support/settings_folder.h"
 #include "vrp/encrypt.h"
 #include "vrp/platform/text.h"
+#include "vrp/settings/settings_store.h"
 
 #include <gtest/gtest.h>
 

@@ -4,12 +4,11 @@
 #include "vrp/platform/system.h"
 #include "vrp/platform/text.h"
 
-#include <gtest/gtest.h>
-
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <cerrno>

@@ -3,11 +3,10 @@
 
 #include "vrp/platform/text.h"
 
-#include <gtest/gtest.h>
-
 #include <QTemporaryDir>
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/platform/text.h"
 
-#include <gtest/gtest.h>
-
 #include <QTemporaryDir>
+
+#include <gtest/gtest.h>
 
 #include <cctype>
 #include <climits>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/answer_reader.h"
+
 #include "vrc/failure.h"
 
 #include <gtest/gtest.h>

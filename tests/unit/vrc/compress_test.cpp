@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "tests/support/LibraryUpload.h"
-#include "tests/support/TemporaryFolder.h"
 #include "vrc/compress.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/LibraryUpload.h"
+#include "tests/support/TemporaryFolder.h"
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <zstd.h>
 

@@ -3,10 +3,11 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <gtest/gtest.h>
+
 #include <cctype>
 #include <clocale>
 #include <cstdlib>
-#include <gtest/gtest.h>
 
 TEST(FramesType, is_known_with_parameters_and_in_any_letter_case)
 {

@@ -5,10 +5,10 @@
 #include "vrc/request.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <array>
 #include <csignal>
-#include <sys/resource.h>
 
 namespace {
 

@@ -3,10 +3,11 @@
 
 #include "tests/support/TemporaryFolder.h"
 
-#include <algorithm>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
 
 namespace {
 

@@ -4,8 +4,9 @@
 #include "tests/support/TemporaryFolder.h"
 #include "vrc/failure.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace {
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "wire/byte_io.h"
+
 #include "wire/utf8.h"
 
 #include <gtest/gtest.h>

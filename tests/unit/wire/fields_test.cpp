@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "wire/fields.h"
+
 #include "wire/limits.h"
 
 #include <gtest/gtest.h>

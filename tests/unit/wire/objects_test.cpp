@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "wire/limits.h"
 #include "wire/objects.h"
+
+#include "wire/limits.h"
 
 #include <gtest/gtest.h>
 

@@ -2,12 +2,13 @@
 #include "tests/support/FrameClient.h"
 #include "tests/support/sample_documents.h"
 
-#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <random>
 #include <sched.h>
 #include <sys/mount.h>
+
+#include <fstream>
+#include <random>
 
 using ::testing::Contains;
 using ::testing::HasSubstr;

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/TemporaryFolder.h"
 
-#include <vrc.h>
-
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <vrc.h>
 
 #include <array>
 #include <barrier>
-#include <dlfcn.h>
-
 #include <filesystem>
 #include <string>
 #include <thread>
