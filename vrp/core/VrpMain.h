@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vrp/core/VrpLog.h"
+#include "vrp/platform/default_ports.h"
 
 #include <string>
 #include <vector>
@@ -98,7 +99,7 @@ public:
     std::wstring ident;    ///< identifier for the upload server
     std::wstring password; ///< its password, in clear
     std::wstring proxyServer;
-    int proxyPort = 8080;
+    int proxyPort = defaultProxyPort;
     std::wstring proxyUser;
     std::wstring proxyPassword; ///< in clear
     bool saveProxyPassword = true;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/platform/system.h"
 
+#include "vrp/platform/default_ports.h"
 #include "vrp/platform/text.h"
 
 #include <cerrno>
@@ -46,6 +47,6 @@ bool VrpsGetProxy(std::wstring &host, int &port, bool ssl, const std::wstring &u
 bool MacGetProxy(std::wstring &host, int &port, bool /*ssl*/, const std::wstring & /*url*/)
 {
     host.clear();
-    port = 8080;
+    port = defaultProxyPort;
     return true;
 }

@@ -15,6 +15,7 @@ int MacGetLastSystemError(std::wstring &text);
 void VrpsSetLastError(int code);
 void MacSetLastError(int code);
 
-/// Asks the system for the proxy to use for an address. These platforms always answer: none, port 8080.
+/// Asks the system for the proxy to use for an address. These platforms always answer: none,
+/// defaultProxyPort.
 bool VrpsGetProxy(std::wstring &host, int &port, bool ssl, const std::wstring &url);
 bool MacGetProxy(std::wstring &host, int &port, bool ssl, const std::wstring &url);

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "vrp/platform/default_ports.h"
+
 #include <string>
 
 /// A proxy on the way to a server; an empty host means none.
 struct ProxySettings
 {
     std::wstring host;
-    int port = 8080;
+    int port = defaultProxyPort;
     std::wstring user;
     std::wstring password; ///< in clear
 };

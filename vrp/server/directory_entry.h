@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "vrp/platform/default_ports.h"
+
 #include <string>
 
 /// Where a server directory is found.
 struct DirectoryAddress
 {
     std::wstring server;
-    int port = 1082;
+    int port = defaultServerPort;
     std::wstring application;
     std::wstring directory;
 

@@ -3,6 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
+#include "vrp/platform/default_ports.h"
 #include "vrp/platform/keyword.h"
 #include "vrp/server/command_channel.h"
 #include "vrp/settings/settings_store.h"
@@ -11,7 +12,6 @@
 
 namespace {
 
-constexpr int defaultPort = 1082;
 constexpr wchar_t defaultAddress[] = L"127.0.0.1";
 
 std::int64_t connect(const ConnectionParameters &parameters)
@@ -53,7 +53,7 @@ ConnectionParameters readServerParameters(ParameterMap &parameters, const std::w
     }
     connection.port = decimalPrefix(value(L"PORT"));
     if (connection.port < 1) {
-        connection.port = defaultPort;
+        connection.port = defaultServerPort;
     }
     connection.ssl = keyword(value(L"PROTOCOL")) != L"HTTP";
     connection.application = value(L"APPLICATION");

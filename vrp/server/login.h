@@ -8,9 +8,9 @@
 #include <string>
 
 /// Reads the SERVER_<server>_* parameters, <server> being UPLOAD or PORTAL: the address defaults to
-/// 127.0.0.1, the port to 1082 when it is below 1 or no number, and only the protocol HTTP is a connection
-/// without SSL. The user's identifier and password become the login arguments, unless single sign-on replaces
-/// them.
+/// 127.0.0.1, the port to defaultServerPort when it is below 1 or no number, and only the protocol HTTP is a
+/// connection without SSL. The user's identifier and password become the login arguments, unless single
+/// sign-on replaces them.
 [[nodiscard]] ConnectionParameters readServerParameters(ParameterMap &parameters, const std::wstring &server);
 
 /// Connects, a second time when the server could not be reached. The result is that of VrpsConnectVarek.

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpMain.h"
 #include "vrp/encrypt.h"
+#include "vrp/platform/default_ports.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
-
-namespace {
-
-constexpr int defaultProxyPort = 8080;
-
-} // namespace
 
 void VrpsGetProxyFromRegistry(bool machineOnly)
 {
