@@ -12,7 +12,7 @@
 #include "vrp/server/portal_address.h"
 #include "vrp/server/version_number.h"
 #include "vrp/ui/entry_values.h"
-#include "vrp/ui/print_choices.h"
+#include "vrp/ui/offered_choices.h"
 
 #include <QDesktopServices>
 #include <QObject>

@@ -126,6 +126,21 @@ TEST_F(ProgressWindow, has_the_same_font_for_an_empty_font_entry)
     EXPECT_TRUE(label().styleSheet().startsWith(QStringLiteral("font: 20px Arial;")));
 }
 
+TEST_F(ProgressWindow, reads_colour_and_position_entries_of_any_window)
+{
+    configure(resource::dlgIdentPosition, L"30,40");
+    int x = 0;
+    int y = 0;
+    MessageWindow::getPositionFromId(resource::dlgIdentPosition, x, y);
+    EXPECT_EQ(QPoint(x, y), QPoint(30, 40));
+    configure(resource::messageWindowTextColor, L"1,2,3");
+    int r = 0;
+    int g = 0;
+    int b = 0;
+    MessageWindow::getColorFromId(resource::messageWindowTextColor, r, g, b);
+    EXPECT_EQ(QColor(r, g, b), QColor(1, 2, 3));
+}
+
 TEST_F(ProgressWindow, keeps_its_dark_text_on_white_whatever_the_palette)
 {
     const QPalette light = QApplication::palette();

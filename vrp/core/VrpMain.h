@@ -33,6 +33,14 @@ enum PrintMode
     printModeTunnel = 4,
 };
 
+/// Answers to the update prompt, as stored in VrpMain::updateAnswer.
+enum UpdateAnswer
+{
+    updateNo = 0,
+    updateYes = 1,
+    updateCancel = 2,
+};
+
 /// The application object: the state of one run. Exactly one exists, built before main; VrpsGetMain reaches
 /// it.
 class VrpMain
@@ -90,7 +98,7 @@ public:
     wchar_t version[32] = L"";
     std::vector<std::wstring> arguments; ///< the split command line; element 0 is the program
     int runMode = runNone;
-    int updateAnswer = 0; ///< answer to the update prompt: 1 yes, 0 no, 2 cancel
+    int updateAnswer = updateNo;
     int printMode = printModeNone;
     std::wstring service; ///< chosen tunnel service
     bool standardModeOffered = false;

@@ -2,7 +2,7 @@
 #include "vrp/core/printer_title.h"
 
 #include "vrp/core/VrpMain.h"
-#include "vrp/core/resource_strings.h"
+#include "vrp/core/resource_id.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 
@@ -18,7 +18,7 @@ void nameProgram()
 {
     std::wstring title = VrpsGetMain()->printerTitle;
     if (title.empty()) {
-        title = splitResourceId(resource::printerTitle)->defaultText;
+        title = defaultTextOf(resource::printerTitle);
     }
     QCoreApplication::setApplicationName(QString::fromStdWString(title));
 }

@@ -20,18 +20,6 @@ void load(wchar_t (&field)[capacity], const wchar_t *id)
 
 } // namespace
 
-std::optional<ResourceId> splitResourceId(std::wstring_view id)
-{
-    const std::size_t first = id.find(L';');
-    const std::size_t second = first == std::wstring_view::npos ? first : id.find(L';', first + 1);
-    if (second == std::wstring_view::npos) {
-        return std::nullopt;
-    }
-    return ResourceId{std::wstring(id.substr(0, first)),
-                      std::wstring(id.substr(first + 1, second - first - 1)),
-                      std::wstring(id.substr(second + 1))};
-}
-
 std::wstring configFileText(const ResourceId &id)
 {
     VrpMain &main = *VrpsGetMain();

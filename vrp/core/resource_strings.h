@@ -1,24 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <optional>
+#include "vrp/core/resource_id.h"
+
 #include <string>
-#include <string_view>
 
 /// Every user-visible text and every installation constant is named by a resource identifier,
 /// L"Section;Key;Default text". Its value is that of the configuration file when one is in use, otherwise
 /// that of the machine-wide settings store, otherwise the default text.
-
-/// The three fields of a resource identifier. The default text may hold further ";".
-struct ResourceId
-{
-    std::wstring section;
-    std::wstring key;
-    std::wstring defaultText;
-};
-
-/// Takes an identifier apart; nothing when it has fewer than two ";".
-[[nodiscard]] std::optional<ResourceId> splitResourceId(std::wstring_view id);
 
 /// The entry of the configuration file, which is opened at first use and kept open; the default text when the
 /// file has none. To be called only when `configFilePath` is set.

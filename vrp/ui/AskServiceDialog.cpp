@@ -3,7 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
-#include "vrp/ui/print_choices.h"
+#include "vrp/ui/offered_choices.h"
 #include "vrp/ui/resource_text.h"
 
 #include <QComboBox>

@@ -4,7 +4,6 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/ui/resource_text.h"
-#include "vrp/ui/update_prompt.h"
 
 #include <QLabel>
 #include <QPushButton>

@@ -3,8 +3,8 @@
 
 #include "vrp/ui/PromptDialog.h"
 
-/// Asks whether to upgrade now. The answer goes into the application object: 1 for Yes, 0 for No, 2 for
-/// Cancel; Escape leaves it as it is.
+/// Asks whether to upgrade now. The answer of a button goes into the application object; Escape leaves it
+/// as it is.
 class AskUpdateDialog : public PromptDialog
 {
     Q_OBJECT

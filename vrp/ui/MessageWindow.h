@@ -26,7 +26,7 @@ public:
 
     /// Reads a resource entry "r,g,b"; see parseColor.
     static void getColorFromId(const wchar_t *id, int &r, int &g, int &b);
-    /// Reads a resource entry "x,y"; see parsePosition. The dialogs read theirs with it as well.
+    /// Reads a resource entry "x,y"; see parsePosition.
     static void getPositionFromId(const wchar_t *id, int &x, int &y);
 
     /// Loads `pixmap` from the image file that an entry names, relative to the program's folder, unless it is

@@ -4,7 +4,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/settings/settings_store.h"
-#include "vrp/ui/print_choices.h"
+#include "vrp/ui/offered_choices.h"
 #include "vrp/ui/resource_text.h"
 
 #include <QGridLayout>

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/window_placement.h"
 
-#include "vrp/ui/MessageWindow.h"
+#include "vrp/core/resource_strings.h"
+#include "vrp/ui/entry_values.h"
 
 #include <QApplication>
 #include <QScreen>
@@ -77,7 +78,7 @@ QPoint configuredPosition(const wchar_t *id)
     constexpr int farthest = 1000000;
     int x = 0;
     int y = 0;
-    MessageWindow::getPositionFromId(id, x, y);
+    parsePosition(VrpsLoadConfigString(id), x, y);
     return {std::min(x, farthest), std::min(y, farthest)};
 }
 

@@ -20,8 +20,8 @@ struct ScreenArea
 [[nodiscard]] QPoint visiblePosition(QPoint wanted, QSize titleArea, QSize window,
                                      const QList<ScreenArea> &screens);
 
-/// The position that a resource entry holds. Coordinates end at a million pixels: beyond, the toolkit's
-/// geometry would overflow, and no screen is that far away.
+/// The position that a resource entry holds; see parsePosition. Coordinates end at a million pixels: beyond,
+/// the toolkit's geometry would overflow, and no screen is that far away.
 [[nodiscard]] QPoint configuredPosition(const wchar_t *id);
 
 /// Moves a window that is about to be shown to a visible position.

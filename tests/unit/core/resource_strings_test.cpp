@@ -9,8 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 namespace {
 
 class ResourceStrings : public testing::Test
@@ -218,18 +216,6 @@ TEST_F(ResourceStrings, a_constant_that_is_too_long_is_cut_at_its_field)
     EXPECT_EQ(std::wstring(m_main->printerHelp), std::wstring(2047, L'h'));
     EXPECT_STREQ(m_main->copyright,
                  resource::softwareCopyright + std::wstring_view(L"Software;Copyright;").size());
-}
-
-TEST(ResourceTable, every_identifier_has_a_section_and_a_key_of_its_own)
-{
-    std::set<std::wstring> seen;
-    for (const wchar_t *id : resource::installed) {
-        const auto resourceId = splitResourceId(id);
-        ASSERT_TRUE(resourceId);
-        EXPECT_FALSE(resourceId->section.empty());
-        EXPECT_FALSE(resourceId->key.empty());
-        EXPECT_TRUE(seen.insert(resourceId->section + L';' + resourceId->key).second) << wtoUTF8(id);
-    }
 }
 
 } // namespace
