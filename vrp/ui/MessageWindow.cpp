@@ -2,6 +2,7 @@
 #include "vrp/ui/MessageWindow.h"
 
 #include "vrp/core/VrpMain.h"
+#include "vrp/core/resource_id.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/keyword.h"
 #include "vrp/ui/entry_values.h"
@@ -27,7 +28,6 @@ namespace {
 constexpr int largestSide = 8192;
 constexpr int largestFontSize = 1000;
 
-constexpr int defaultFontSize = 20;
 constexpr int styleSheetCapacity = 799;
 constexpr int exposeWaitMs = 250;
 constexpr int steadyMs = 50;
@@ -59,12 +59,13 @@ QString colorDeclaration(const char *property, const QColor &color)
 
 QString fontDeclaration()
 {
-    const int size = configuredNumber(resource::messageWindowFontSize);
+    const int configured = configuredNumber(resource::messageWindowFontSize);
+    const int size = configured < 1 ? decimalPrefix(defaultTextOf(resource::messageWindowFontSize))
+                                    : std::min(configured, largestFontSize);
     const QString weight =
         isYes(VrpsLoadConfigString(resource::messageWindowBold)) ? QStringLiteral("bold ") : QString();
     const std::wstring family = styleSheetFontFamily(VrpsLoadConfigString(resource::messageWindowFont));
-    return QStringLiteral("font: ") + weight +
-           QString::asprintf("%dpx ", size < 1 ? defaultFontSize : std::min(size, largestFontSize)) +
+    return QStringLiteral("font: ") + weight + QString::asprintf("%dpx ", size) +
            QString::fromStdWString(family) + QLatin1Char(';');
 }
 

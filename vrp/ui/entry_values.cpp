@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/entry_values.h"
 
+#include "vrp/core/resource_id.h"
+#include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 
 #include <QString>
@@ -81,7 +83,7 @@ std::wstring styleSheetFontFamily(std::wstring_view family)
 {
     family = family.substr(0, longestFontFamily);
     if (family.empty()) {
-        return L"Arial";
+        return defaultTextOf(resource::messageWindowFont);
     }
     if (isPlainFamily(family)) {
         return std::wstring(family);

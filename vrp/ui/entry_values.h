@@ -15,5 +15,5 @@ void parsePosition(std::wstring_view text, int &x, int &y);
 
 /// A configured font family made fit for a style sheet: nothing in it can end the declaration that it stands
 /// in. Plain names stay as they are, others lose the characters that have a meaning there and are quoted.
-/// Empty gives "Arial"; a name ends after 500 characters.
+/// Empty gives the default family; a name ends after 500 characters.
 [[nodiscard]] std::wstring styleSheetFontFamily(std::wstring_view family);
