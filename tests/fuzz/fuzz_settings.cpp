@@ -8,6 +8,7 @@
 #include "vrp/settings/installation_settings.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/settings/store_access.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <QFile>
 #include <QTemporaryDir>

@@ -4,6 +4,7 @@
 #include "tests/gui/dialog_test.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/encrypt.h"
+#include "vrp/settings/stored_credentials.h"
 #include "vrp/ui/ProxyUserPasswordDialog.h"
 #include "vrp/ui/UserPasswordDialog.h"
 

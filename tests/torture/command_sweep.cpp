@@ -12,6 +12,7 @@
 #include "tests/torture/SweepTable.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpMain.h"
 #include "vrp/platform/text.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <cstdio>
 

@@ -4,6 +4,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/platform/keyword.h"
 #include "vrp/server/command_channel.h"
+#include "vrp/server/connection.h"
 #include "vrp/server/server_error.h"
 
 #include <vrc.h>

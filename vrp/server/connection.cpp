@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/server/connection.h"
+
 #include "vrp/core/VrpMain.h"
 #include "vrp/platform/system.h"
 #include "vrp/platform/text.h"
 #include "vrp/server/command_channel.h"
-#include "vrp/server/connection_text.h"
 #include "vrp/server/masking.h"
 #include "vrp/server/proxy_fallback.h"
 #include "vrp/server/server_error.h"
 #include "vrp/server/session_exits.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 #include "vrp/ui/credentials.h"
 #include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"
@@ -148,7 +149,9 @@ std::optional<std::int64_t> attempt(const ConnectionParameters &parameters, Prox
     return afterFailure(error, parameters, fallback);
 }
 
-std::int64_t connectTo(const ConnectionParameters &parameters)
+} // namespace
+
+std::int64_t VrpsConnectVarek(const ConnectionParameters &parameters)
 {
     logLine(L"Varek connection: Connecting on " + parameters.server + L":" +
             std::to_wstring(parameters.port) + L";" + parameters.application);
@@ -163,15 +166,13 @@ std::int64_t connectTo(const ConnectionParameters &parameters)
     }
 }
 
-} // namespace
-
 std::int64_t VrpsConnectVarek(const std::wstring &server, int port, bool ssl, const std::wstring &application,
                               const std::wstring &user, const std::wstring &password,
                               const std::wstring &openProcedure, const std::wstring &closeProcedure,
                               const std::wstring &loginArguments, bool sso, const std::wstring &ssoPrincipal)
 {
-    return connectTo({server, port, ssl, application, user, password, openProcedure, closeProcedure,
-                      loginArguments, sso, ssoPrincipal});
+    return VrpsConnectVarek({server, port, ssl, application, user, password, openProcedure, closeProcedure,
+                             loginArguments, sso, ssoPrincipal});
 }
 
 void *VrpsRequestOf(std::int64_t connection)
@@ -185,5 +186,23 @@ void *VrpsRequestOf(std::int64_t connection)
     default:
         // A handle travels as an integer, so that it can also be an outcome.
         return reinterpret_cast<void *>(connection); // NOLINT(performance-no-int-to-ptr)
+    }
+}
+
+std::int64_t connectWithRetry(const ConnectionParameters &parameters)
+{
+    const std::int64_t outcome = VrpsConnectVarek(parameters);
+    return outcome == connectionFailed ? VrpsConnectVarek(parameters) : outcome;
+}
+
+void logRefusal(std::int64_t outcome)
+{
+    VrpLog &log = VrpsGetMain()->log;
+    if (outcome == connectionCancelled) {
+        log.WriteLn(L"User canceled the operation");
+    } else if (outcome == connectionBadUser) {
+        log.WriteLn(L"Bad user");
+    } else if (outcome == connectionBadPassword) {
+        log.WriteLn(L"Bad password");
     }
 }

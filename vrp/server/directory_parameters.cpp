@@ -3,9 +3,8 @@
 
 #include "vrp/core/resource_table.h"
 #include "vrp/server/RequestSession.h"
-#include "vrp/server/command_channel.h"
+#include "vrp/server/connection.h"
 #include "vrp/server/directory_entry.h"
-#include "vrp/server/login.h"
 #include "vrp/server/session_exits.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/ui/progress.h"

@@ -5,22 +5,14 @@
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/default_ports.h"
 #include "vrp/platform/keyword.h"
-#include "vrp/server/command_channel.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/server/connection.h"
+#include "vrp/settings/stored_credentials.h"
 #include "vrp/ui/error_report.h"
 #include "vrp/ui/progress.h"
 
 namespace {
 
 constexpr wchar_t defaultAddress[] = L"127.0.0.1";
-
-std::int64_t connect(const ConnectionParameters &parameters)
-{
-    return VrpsConnectVarek(parameters.server, parameters.port, parameters.ssl, parameters.application,
-                            parameters.user, parameters.password, parameters.openProcedure,
-                            parameters.closeProcedure, parameters.loginArguments, parameters.sso,
-                            parameters.ssoPrincipal);
-}
 
 std::wstring loginArguments()
 {
@@ -67,24 +59,6 @@ ConnectionParameters readServerParameters(ParameterMap &parameters, const std::w
         connection.loginArguments = loginArguments();
     }
     return connection;
-}
-
-std::int64_t connectWithRetry(const ConnectionParameters &parameters)
-{
-    const std::int64_t outcome = connect(parameters);
-    return outcome == connectionFailed ? connect(parameters) : outcome;
-}
-
-void logRefusal(std::int64_t outcome)
-{
-    VrpLog &log = VrpsGetMain()->log;
-    if (outcome == connectionCancelled) {
-        log.WriteLn(L"User canceled the operation");
-    } else if (outcome == connectionBadUser) {
-        log.WriteLn(L"Bad user");
-    } else if (outcome == connectionBadPassword) {
-        log.WriteLn(L"Bad password");
-    }
 }
 
 RequestSession logIn(const ConnectionParameters &parameters)

@@ -13,12 +13,6 @@
 /// sign-on replaces them.
 [[nodiscard]] ConnectionParameters readServerParameters(ParameterMap &parameters, const std::wstring &server);
 
-/// Connects, a second time when the server could not be reached. The result is that of VrpsConnectVarek.
-[[nodiscard]] std::int64_t connectWithRetry(const ConnectionParameters &parameters);
-
-/// Logs why an outcome of VrpsConnectVarek is no request, where that was the user's or the server's decision.
-void logRefusal(std::int64_t outcome);
-
 /// Logs the user in. Without a session the user has been told, unless it was they who cancelled, the progress
 /// window is closed, and after anything but a cancel the stored password is cleared, so that the next send
 /// asks for it again.

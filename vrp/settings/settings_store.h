@@ -57,18 +57,6 @@ void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool 
 /// Replaces the stored directory servers of a scope.
 void VrpsWriteServerDirectoriesToRegistry(const std::vector<std::wstring> &list, bool perUser);
 
-/// Loads the proxy fields of the application object. The proxy password is loaded only when an identifier is
-/// loaded, on purpose; machine-wide there are only server and port.
-void VrpsGetProxyFromRegistry(bool machineOnly);
-/// Stores the proxy fields of the application object per user: user and enciphered password, and server and
-/// port unless `credentialsOnly`. With `forgetPassword` an enciphered empty password is stored.
-void VrpsSetProxyToRegistry(bool credentialsOnly, bool forgetPassword);
-
-/// Loads identifier and password into the application object; a password only beside an identifier.
-void VrpsGetIdentPasswordFromRegistry();
-/// Stores identifier and enciphered password of the application object.
-void VrpsSetIdentPasswordToRegistry();
-
 /// Replaces the help topics of a scope by entries of the form name=address, all blanks removed.
 void VrpsWriteHelpToRegistry(const std::vector<std::wstring> &entries, bool perUser);
 

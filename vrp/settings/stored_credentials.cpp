@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/settings/stored_credentials.h"
+
 #include "vrp/core/VrpMain.h"
 #include "vrp/encrypt.h"
 #include "vrp/platform/default_ports.h"

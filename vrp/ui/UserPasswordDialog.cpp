@@ -4,7 +4,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 #include "vrp/ui/PasswordEdit.h"
 #include "vrp/ui/resource_text.h"
 

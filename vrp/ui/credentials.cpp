@@ -2,7 +2,7 @@
 #include "vrp/ui/credentials.h"
 
 #include "vrp/core/VrpMain.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 #include "vrp/ui/ProxyUserPasswordDialog.h"
 #include "vrp/ui/UserPasswordDialog.h"
 #include "vrp/ui/modal_run.h"

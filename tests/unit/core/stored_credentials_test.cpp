@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/settings/stored_credentials.h"
+
 #include "tests/support/fresh_main.h"
 #include "tests/support/settings_folder.h"
 #include "vrp/encrypt.h"

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "vrp/server/connection.h"
+
 #include "tests/support/ServerTest.h"
-#include "vrp/server/command_channel.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <vrc.h>
 

@@ -3,6 +3,7 @@
 
 #include "tests/support/ServerTest.h"
 #include "vrp/server/portal_address.h"
+#include "vrp/settings/stored_credentials.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/UploadTest.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <functional>
 #include <tuple>

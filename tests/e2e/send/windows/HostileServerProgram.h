@@ -6,6 +6,7 @@
 #include "tests/support/sanitizers.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <algorithm>
 #include <chrono>

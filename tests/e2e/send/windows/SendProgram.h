@@ -4,7 +4,7 @@
 #include "tests/e2e/program/RunningProgram.h"
 #include "tests/e2e/send/SendTest.h"
 #include "vrp/platform/text.h"
-#include "vrp/settings/settings_store.h"
+#include "vrp/settings/stored_credentials.h"
 
 #include <chrono>
 #include <cstdlib>
