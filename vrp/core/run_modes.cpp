@@ -52,7 +52,7 @@ bool VrpMain::Help()
     if (!findPrinter(*this)) {
         return false;
     }
-    const std::wstring address = perUserOrMachineWide(L"Help", L"Main");
+    const std::wstring address = helpAddress(L"Main");
     if (!address.empty()) {
         VrpsRunBrowser(address.c_str());
     }

@@ -29,7 +29,7 @@ struct DirectoryConnection
 List directoryList()
 {
     List list;
-    const std::wstring last = perUserOrMachineWide(settingsGroup, setting::lastDirectory);
+    const std::wstring last = lastServerDirectory();
     if (!last.empty()) {
         list.push_back(last);
     }

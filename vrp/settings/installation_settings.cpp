@@ -5,6 +5,7 @@
 #include "vrp/core/resource_strings.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
+#include "vrp/settings/registered_printers.h"
 #include "vrp/settings/settings_store.h"
 #include "vrp/settings/store_access.h"
 #include "vrp/settings/store_check.h"
@@ -18,30 +19,11 @@
 
 namespace {
 
-constexpr wchar_t notStored[] = L"NoEntryVr";     ///< read back when a write did not land
 constexpr wchar_t listEnd[] = L"LAST_SDIR_FOUND"; ///< read where the list of directory servers ends
-
-QString printersGroup()
-{
-    return QStringLiteral("Printers");
-}
 
 QString text(const wchar_t *field)
 {
     return QString::fromWCharArray(field);
-}
-
-bool registerPrinter(const VrpMain &main)
-{
-    const auto store = openBootstrapStore(StoreAccess::write);
-    if (!store->isWritable()) {
-        return false;
-    }
-    const QString group = printersGroup() + QLatin1Char('/') + text(main.printerName);
-    store->setValue(group + QStringLiteral("/Company"), text(main.company));
-    store->setValue(group + QStringLiteral("/Software"), text(main.softwareName));
-    return isOnDisk(*store) &&
-           readSetting(*store, group.toStdWString(), L"Company", notStored) == main.company;
 }
 
 bool stampCompanyStore(const VrpMain &main)
@@ -94,8 +76,9 @@ void warnOfCutDirectory(const std::wstring &directory)
 std::vector<std::wstring> initialServerDirectories()
 {
     std::vector<std::wstring> directories;
-    for (int index = 1;; ++index) {
-        const std::wstring id = L"ServerDirectories;Sdir" + std::to_wstring(index) + L';' + listEnd;
+    for (std::size_t index = 1;; ++index) {
+        const std::wstring id =
+            std::wstring(serverDirectoriesGroup) + L';' + serverDirectoryName(index) + L';' + listEnd;
         const std::wstring directory = VrpsLoadConfigString(id.c_str());
         if (directory == listEnd) {
             return directories;
@@ -106,47 +89,12 @@ std::vector<std::wstring> initialServerDirectories()
     }
 }
 
-void removePrinter(QSettings &store, const QString &printer)
-{
-    // An empty name would stand for the whole group.
-    if (printer.isEmpty()) {
-        return;
-    }
-    store.remove(printersGroup() + QLatin1Char('/') + printer);
-    store.beginGroup(printersGroup());
-    const bool wasLast = store.childGroups().isEmpty();
-    store.endGroup();
-    if (wasLast) {
-        store.remove(printersGroup());
-    }
-}
-
-struct StoreNames
-{
-    std::wstring company;
-    std::wstring software;
-};
-
-/// Removes a printer's entry and tells the names that it held; nothing when that is not possible.
-std::optional<StoreNames> unregisterPrinter(const QString &printer)
-{
-    const auto store = openBootstrapStore(StoreAccess::write);
-    if (!store->isWritable()) {
-        return std::nullopt;
-    }
-    const std::wstring group = (printersGroup() + QLatin1Char('/') + printer).toStdWString();
-    const StoreNames names{readSetting(*store, group, L"Company", L""),
-                           readSetting(*store, group, L"Software", L"")};
-    removePrinter(*store, printer);
-    return names;
-}
-
 } // namespace
 
 bool VrpsInstallSetRegistry()
 {
     const VrpMain &main = *VrpsGetMain();
-    if (!registerPrinter(main) || !stampCompanyStore(main)) {
+    if (!registerPrinter(main.printerName, {main.company, main.softwareName}) || !stampCompanyStore(main)) {
         return false;
     }
     copyResources(main);
@@ -171,7 +119,7 @@ void VrpsSetCompanyRegistryKeyFromConfigFile(const wchar_t *id)
 
 bool VrpsInstallRemoveRegistry()
 {
-    const std::optional<StoreNames> names = unregisterPrinter(text(VrpsGetMain()->printerName));
+    const std::optional<StoreNames> names = unregisterPrinter(VrpsGetMain()->printerName);
     if (!names) {
         return false;
     }

@@ -3,6 +3,7 @@
 
 #include "vrp/core/VrpMain.h"
 #include "vrp/platform/keyword.h"
+#include "vrp/settings/registered_printers.h"
 #include "vrp/settings/store_access.h"
 
 #include <QSettings>
@@ -12,14 +13,8 @@
 
 namespace {
 
-constexpr wchar_t serverDirectoriesGroup[] = L"ServerDirectories";
 constexpr wchar_t helpGroup[] = L"Help";
 constexpr wchar_t listEnd[] = L"NoEntry"; ///< read back where a list holds no further entry
-
-std::wstring directoryName(std::size_t index)
-{
-    return L"Sdir" + std::to_wstring(index);
-}
 
 /// Empties a group and leaves the settings object inside it.
 void restartGroup(QSettings &store, const wchar_t *group)
@@ -32,6 +27,12 @@ void restartGroup(QSettings &store, const wchar_t *group)
 void storeText(QSettings &store, const std::wstring &name, const std::wstring &value)
 {
     store.setValue(QString::fromStdWString(name), QString::fromStdWString(value));
+}
+
+std::wstring perUserOrMachineWide(const wchar_t *group, const wchar_t *name)
+{
+    const std::wstring value = VrpsGetCompanyRegistryKey(group, name, L"", true);
+    return value.empty() ? VrpsGetCompanyRegistryKey(group, name, L"", false) : value;
 }
 
 } // namespace
@@ -70,10 +71,9 @@ void setUserSetting(const wchar_t *name, const std::wstring &value)
 bool VrpsGetCompanyFromRegistry(const std::wstring &printer)
 {
     VrpMain &main = *VrpsGetMain();
-    const auto store = openBootstrapStore();
-    const std::wstring group = L"Printers/" + printer;
-    copyBounded(main.company, readSetting(*store, group, L"Company", L""));
-    copyBounded(main.softwareName, readSetting(*store, group, L"Software", L""));
+    const StoreNames names = registeredNames(printer);
+    copyBounded(main.company, names.company);
+    copyBounded(main.softwareName, names.software);
     return main.company[0] != L'\0' && main.softwareName[0] != L'\0';
 }
 
@@ -102,6 +102,16 @@ bool versionCheckEnabled()
     return isYes(VrpsGetCompanyRegistryKey(settingsGroup, setting::checkVersion, L"yes", true));
 }
 
+std::wstring lastServerDirectory()
+{
+    return perUserOrMachineWide(settingsGroup, setting::lastDirectory);
+}
+
+std::wstring serverDirectoryName(std::size_t index)
+{
+    return L"Sdir" + std::to_wstring(index);
+}
+
 void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool perUser)
 {
     const auto store = openCompanyStore(perUser);
@@ -110,7 +120,7 @@ void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool 
     }
     std::wstring value;
     for (std::size_t index = 1; value != listEnd; ++index) {
-        value = readSetting(*store, serverDirectoriesGroup, directoryName(index), listEnd);
+        value = readSetting(*store, serverDirectoriesGroup, serverDirectoryName(index), listEnd);
         if (!value.empty() && value != listEnd) {
             list.push_back(value);
         }
@@ -125,7 +135,7 @@ void VrpsWriteServerDirectoriesToRegistry(const std::vector<std::wstring> &list,
     }
     restartGroup(*store, serverDirectoriesGroup);
     for (std::size_t i = 0; i < list.size(); ++i) {
-        storeText(*store, directoryName(i + 1), list[i]);
+        storeText(*store, serverDirectoryName(i + 1), list[i]);
     }
 }
 
@@ -151,8 +161,7 @@ void VrpsWriteHelpToRegistry(const std::vector<std::wstring> &entries, bool perU
     }
 }
 
-std::wstring perUserOrMachineWide(const wchar_t *group, const wchar_t *name)
+std::wstring helpAddress(const wchar_t *topic)
 {
-    const std::wstring value = VrpsGetCompanyRegistryKey(group, name, L"", true);
-    return value.empty() ? VrpsGetCompanyRegistryKey(group, name, L"", false) : value;
+    return perUserOrMachineWide(helpGroup, topic);
 }

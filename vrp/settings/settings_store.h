@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,13 @@ void VrpsSetLastModeToRegistry(int mode);
 /// Whether the user wants to be told of newer versions.
 bool versionCheckEnabled();
 
+/// The directory server that answered last: the user's, and the machine's where that is empty.
+std::wstring lastServerDirectory();
+
+/// The group of the directory servers to try, and the name of one in it, counted from 1.
+inline constexpr wchar_t serverDirectoriesGroup[] = L"ServerDirectories";
+std::wstring serverDirectoryName(std::size_t index);
+
 /// Appends the stored directory servers of a scope to the list; an empty entry is skipped, a missing one ends
 /// it.
 void VrpsGetServerDirectoriesFromRegistry(std::vector<std::wstring> &list, bool perUser);
@@ -60,5 +68,5 @@ void VrpsWriteServerDirectoriesToRegistry(const std::vector<std::wstring> &list,
 /// Replaces the help topics of a scope by entries of the form name=address, all blanks removed.
 void VrpsWriteHelpToRegistry(const std::vector<std::wstring> &entries, bool perUser);
 
-/// A value read per user and, when that is empty, machine-wide.
-std::wstring perUserOrMachineWide(const wchar_t *group, const wchar_t *name);
+/// The address of a help topic: the user's, and the machine's where that is empty.
+std::wstring helpAddress(const wchar_t *topic);

@@ -43,8 +43,7 @@ ConfigDialog::ConfigDialog() : PromptDialog(resource::dlgConfigTitle, resource::
 void ConfigDialog::createDialog()
 {
     setMinimumSize(350, 270);
-    m_directory = new QLineEdit(
-        QString::fromStdWString(perUserOrMachineWide(settingsGroup, setting::lastDirectory)), this);
+    m_directory = new QLineEdit(QString::fromStdWString(lastServerDirectory()), this);
     addLabelled(resource::dlgConfigDirectoryText, "directoryLabel", m_directory, "directoryEdit");
 
     // Server and port go together: both are the machine's when the user has no server.

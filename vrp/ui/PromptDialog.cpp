@@ -14,15 +14,6 @@
 
 #include <algorithm>
 
-namespace {
-
-std::wstring helpAddress(const std::wstring &topic)
-{
-    return perUserOrMachineWide(L"Help", topic.c_str());
-}
-
-} // namespace
-
 PromptDialog::PromptDialog(const wchar_t *titleId, const wchar_t *positionId)
     : m_column(new QVBoxLayout(this))
 {
@@ -131,7 +122,7 @@ void PromptDialog::onCancel()
 
 void PromptDialog::onHelp()
 {
-    const std::wstring address = helpAddress(m_helpTopic);
+    const std::wstring address = helpAddress(m_helpTopic.c_str());
     if (!address.empty()) {
         VrpsRunBrowser(address.c_str());
     }

@@ -331,15 +331,24 @@ TEST_F(SettingsStore, a_help_topic_that_is_no_longer_sent_disappears)
     EXPECT_EQ(read(L"Help", L"DlgIdent", true), L"default");
 }
 
+TEST_F(SettingsStore, the_last_directory_server_is_the_users_or_the_machines)
+{
+    EXPECT_EQ(lastServerDirectory(), L"");
+    VrpsSetCompanyRegistryKey(settingsGroup, setting::lastDirectory, L"machine;x:y", false);
+    EXPECT_EQ(lastServerDirectory(), L"machine;x:y");
+    VrpsSetCompanyRegistryKey(settingsGroup, setting::lastDirectory, L"user;x:y", true);
+    EXPECT_EQ(lastServerDirectory(), L"user;x:y");
+}
+
 TEST_F(SettingsStore, a_two_scope_lookup_prefers_the_user_and_takes_the_machine_when_that_is_empty)
 {
-    EXPECT_EQ(perUserOrMachineWide(L"Help", L"Main"), L"");
+    EXPECT_EQ(helpAddress(L"Main"), L"");
     VrpsSetCompanyRegistryKey(L"Help", L"Main", L"machine", false);
-    EXPECT_EQ(perUserOrMachineWide(L"Help", L"Main"), L"machine");
+    EXPECT_EQ(helpAddress(L"Main"), L"machine");
     VrpsSetCompanyRegistryKey(L"Help", L"Main", L"", true);
-    EXPECT_EQ(perUserOrMachineWide(L"Help", L"Main"), L"machine");
+    EXPECT_EQ(helpAddress(L"Main"), L"machine");
     VrpsSetCompanyRegistryKey(L"Help", L"Main", L"user", true);
-    EXPECT_EQ(perUserOrMachineWide(L"Help", L"Main"), L"user");
+    EXPECT_EQ(helpAddress(L"Main"), L"user");
 }
 
 } // namespace
