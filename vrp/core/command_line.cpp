@@ -29,6 +29,21 @@ constexpr std::array<std::pair<std::wstring_view, RunMode>, 8> runModeKeywords{{
     {L"testb", runTestWithPortal},
 }};
 
+struct Switch
+{
+    std::wstring_view name;
+    bool VrpMain::*field;
+    bool value;
+};
+
+constexpr Switch switches[] = {
+    {L"-s", &VrpMain::silent, true},
+    {L"-k", &VrpMain::removeFile, false},
+    {L"-g", &VrpMain::noConfirm, true},
+    {L"-v", &VrpMain::verbose, true},
+    {L"-b", &VrpMain::showConnectionErrors, true},
+};
+
 /// While it lives, the toolkit's warnings go nowhere: a locale without UTF-8 is no concern of the user.
 class QuietToolkit
 {
@@ -98,16 +113,10 @@ void setLogFiles(VrpMain &main, const std::wstring &value)
 
 void applySwitch(VrpMain &main, std::wstring_view argument)
 {
-    if (argument == L"-s") {
-        main.silent = true;
-    } else if (argument == L"-k") {
-        main.removeFile = false;
-    } else if (argument == L"-g") {
-        main.noConfirm = true;
-    } else if (argument == L"-v") {
-        main.verbose = true;
-    } else if (argument == L"-b") {
-        main.showConnectionErrors = true;
+    for (const Switch &known : switches) {
+        if (known.name == argument) {
+            main.*known.field = known.value;
+        }
     }
     main.noConfirm = main.noConfirm || main.silent;
 }
