@@ -54,18 +54,11 @@ ErrorTriple askErrorTriple(void *request)
     return triple;
 }
 
-std::wstring upperAndClean(std::wstring text)
-{
-    VrpsMakeUpper(text);
-    VrpsCleanString(text, true);
-    return text;
-}
-
 /// The report of a failed command; the code, the description and the further information are asked for it.
 std::wstring errorReport(void *request, const ErrorTriple &triple)
 {
-    std::wstring report = L"Varek error: " + upperAndClean(triple.service) + L":";
-    report += upperAndClean(triple.errorClass) + L":";
+    std::wstring report = L"Varek error: " + errorKeyword(triple.service) + L":";
+    report += errorKeyword(triple.errorClass) + L":";
     report += askErrorInfo(request, L"CODE", errorInfoBytes) + L":";
     report += askErrorInfo(request, L"DESCRIPTION", errorInfoBytes) + L":";
     report += askErrorInfo(request, L"INFO", errorInfoBytes) + L":";

@@ -4,6 +4,8 @@
 #include "vrp/platform/text.h"
 #include "vrp/server/library_call.h"
 
+#include <utility>
+
 namespace {
 
 struct KnownError
@@ -24,12 +26,17 @@ constexpr KnownError knownErrors[] = {
 
 } // namespace
 
+std::wstring errorKeyword(std::wstring text)
+{
+    VrpsMakeUpper(text);
+    VrpsCleanString(text, true);
+    return text;
+}
+
 ServerError classifyServerError(std::wstring service, std::wstring errorClass, const std::wstring &code)
 {
-    for (std::wstring *text : {&service, &errorClass}) {
-        VrpsMakeUpper(*text);
-        VrpsCleanString(*text, true);
-    }
+    service = errorKeyword(std::move(service));
+    errorClass = errorKeyword(std::move(errorClass));
     const int number = decimalPrefix(code);
     for (const KnownError &known : knownErrors) {
         if (known.code == number && service == known.service && errorClass == known.errorClass) {

@@ -14,6 +14,9 @@ enum class ServerError
     badPassword,           ///< SYSTEM / SECURITY / 103
 };
 
+/// Service or class of an error as they are compared and reported: in upper case, then without blanks.
+[[nodiscard]] std::wstring errorKeyword(std::wstring text);
+
 /// Finds the error of a triple as the server told it; letter case and blanks of service and class do not
 /// count.
 [[nodiscard]] ServerError classifyServerError(std::wstring service, std::wstring errorClass,
