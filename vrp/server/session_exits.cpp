@@ -26,6 +26,21 @@ int endCancelled(RequestSession &session)
     return 1;
 }
 
+bool stepFailed(RequestSession &session, const wchar_t *messageId)
+{
+    failWith(session, messageId);
+    return false;
+}
+
+bool goOn(RequestSession &session)
+{
+    if (!cancelRequested()) {
+        return true;
+    }
+    endCancelled(session);
+    return false;
+}
+
 bool cancelRequested()
 {
     RefreshMessageWindow();

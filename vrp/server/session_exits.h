@@ -11,5 +11,11 @@ int failWith(RequestSession &session, const wchar_t *messageId);
 /// The user has cancelled: an information box says so.
 int endCancelled(RequestSession &session);
 
+/// As failWith, for a step of an operation, which says by false that the operation has ended.
+[[nodiscard]] bool stepFailed(RequestSession &session, const wchar_t *messageId);
+
+/// True unless the user has cancelled: then the operation has ended as by endCancelled.
+[[nodiscard]] bool goOn(RequestSession &session);
+
 /// Lets the progress window serve its cancel button; true when the user has pressed it.
 [[nodiscard]] bool cancelRequested();

@@ -9,7 +9,6 @@
 #include "vrp/server/upload_blocks.h"
 #include "vrp/server/upload_choices.h"
 #include "vrp/server/upload_description.h"
-#include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"
 
 namespace {
@@ -21,47 +20,6 @@ bool connect(UploadJob &job)
     job.container = job.parameters[L"SERVER_UPLOAD_PROFILE_CONTAINER"];
     job.session = logIn(connection);
     return job.session.isOpen();
-}
-
-bool goOn(UploadJob &job)
-{
-    if (cancelRequested()) {
-        endCancelled(job.session);
-        return false;
-    }
-    return true;
-}
-
-bool decompress(UploadJob &job)
-{
-    decompressOnServer(job);
-    return goOn(job);
-}
-
-bool cleanUp(UploadJob &job)
-{
-    removeTemporaryObjects(job);
-    return goOn(job);
-}
-
-/// A cancel counts before the comparison does.
-bool plainSizeArrived(UploadJob &job)
-{
-    const int bytes = plainSizeOnServer(job);
-    if (!goOn(job)) {
-        return false;
-    }
-    if (bytes != job.plainBytes) {
-        failWith(job.session, resource::errorsErrorSendingFile);
-        return false;
-    }
-    return true;
-}
-
-bool describeDocument(UploadJob &job)
-{
-    sendDescription(job);
-    return goOn(job);
 }
 
 void forbidCancel()
@@ -100,10 +58,10 @@ int endRefused(UploadJob &job)
 
 bool uploadDocument(UploadJob &job)
 {
-    return connect(job) && goOn(job) && readOfferedModes(job) && chooseMode(job) &&
-           chooseTunnelService(job) && compressDocument(job) && sendBlocks(job) && goOn(job) &&
-           compressedSizeArrived(job) && decompress(job) && cleanUp(job) && plainSizeArrived(job) &&
-           describeDocument(job);
+    return connect(job) && goOn(job.session) && readOfferedModes(job) && chooseMode(job) &&
+           chooseTunnelService(job) && compressDocument(job) && sendBlocks(job) && goOn(job.session) &&
+           compressedSizeArrived(job) && decompressOnServer(job) && removeTemporaryObjects(job) &&
+           plainSizeArrived(job) && sendDescription(job);
 }
 
 } // namespace

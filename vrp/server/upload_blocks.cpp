@@ -67,8 +67,7 @@ bool compressDocument(UploadJob &job)
     session.run(L"VR_CMD=|LOCAL:OBJECT:FILE_COMPRESS| NAME=|SEND_FILE| DNAME=|COMPRESSED_FILE|");
     job.compressedBytes = localFileSize(job, L"COMPRESSED_FILE");
     if (job.compressedBytes < 1) {
-        failWith(session, resource::errorsBadFile);
-        return false;
+        return stepFailed(session, resource::errorsBadFile);
     }
     session.run(createLocalFile(L"BLOCK_FILE", L"0", job.filePath + L".tmp"));
     return true;
@@ -80,14 +79,12 @@ bool sendBlocks(UploadJob &job)
     createServerFiles(job.session);
     int offset = 0;
     for (int block = 1; block <= plan.count; ++block) {
-        if (cancelRequested()) {
-            endCancelled(job.session);
+        if (!goOn(job.session)) {
             return false;
         }
         const int bytes = block == plan.count ? plan.lastBytes : blockBytes;
         if (!sendBlock(job.session, offset, bytes)) {
-            failWith(job.session, resource::errorsErrorSendingFile);
-            return false;
+            return stepFailed(job.session, resource::errorsErrorSendingFile);
         }
         offset += bytes;
         VrpsSetMessageWindow(resource::messagesSendingFile, block * 100 / plan.count);
@@ -97,27 +94,30 @@ bool sendBlocks(UploadJob &job)
 
 bool compressedSizeArrived(UploadJob &job)
 {
-    if (serverFileSize(job.session, L"RECEIVED_COMPRESSED_FILE") == job.compressedBytes) {
-        return true;
-    }
-    failWith(job.session, resource::errorsErrorSendingFile);
-    return false;
+    return serverFileSize(job.session, L"RECEIVED_COMPRESSED_FILE") == job.compressedBytes ||
+           stepFailed(job.session, resource::errorsErrorSendingFile);
 }
 
-void decompressOnServer(UploadJob &job)
+bool decompressOnServer(UploadJob &job)
 {
     job.session.run(L"VR_CMD=|OBJECT:FILE_DECOMPRESS| NAME=|RECEIVED_COMPRESSED_FILE| DNAME=|RECEIVED_FILE|");
+    return goOn(job.session);
 }
 
-void removeTemporaryObjects(UploadJob &job)
+bool removeTemporaryObjects(UploadJob &job)
 {
     job.session.run(L"VR_CMD=|LOCAL:OBJECT:REMOVE| NAME=|BLOCK_FILE|");
     job.session.run(L"VR_CMD=|LOCAL:OBJECT:REMOVE| NAME=|COMPRESSED_FILE|");
     job.session.run(L"VR_CMD=|OBJECT:REMOVE| NAME=|BLOCK_FILE|");
     job.session.run(L"VR_CMD=|OBJECT:REMOVE| NAME=|RECEIVED_COMPRESSED_FILE|");
+    return goOn(job.session);
 }
 
-int plainSizeOnServer(UploadJob &job)
+bool plainSizeArrived(UploadJob &job)
 {
-    return serverFileSize(job.session, L"RECEIVED_FILE");
+    const int bytes = serverFileSize(job.session, L"RECEIVED_FILE");
+    if (!goOn(job.session)) {
+        return false;
+    }
+    return bytes == job.plainBytes || stepFailed(job.session, resource::errorsErrorSendingFile);
 }

@@ -16,11 +16,14 @@
 /// Compares the size of the server's compressed file with what was sent.
 [[nodiscard]] bool compressedSizeArrived(UploadJob &job);
 
-void decompressOnServer(UploadJob &job);
-void removeTemporaryObjects(UploadJob &job);
+/// Has the server decompress the document. A failure shows in its size.
+[[nodiscard]] bool decompressOnServer(UploadJob &job);
 
-/// Asks for the size of the decompressed document on the server.
-[[nodiscard]] int plainSizeOnServer(UploadJob &job);
+[[nodiscard]] bool removeTemporaryObjects(UploadJob &job);
+
+/// Compares the size of the decompressed document on the server with that of the document. A cancel counts
+/// before the comparison does.
+[[nodiscard]] bool plainSizeArrived(UploadJob &job);
 
 inline constexpr int blockBytes = 65536;
 

@@ -46,8 +46,7 @@ bool endQuietly(UploadJob &job)
 
 bool failWithoutService(UploadJob &job)
 {
-    failWith(job.session, resource::errorsNoTunnelServiceProfile);
-    return false;
+    return stepFailed(job.session, resource::errorsNoTunnelServiceProfile);
 }
 
 bool severalServicesOffered(UploadJob &job)
@@ -125,8 +124,7 @@ bool readOfferedModes(UploadJob &job)
     if (main.standardModeOffered || main.asyncModeOffered || main.tunnelModeOffered) {
         return true;
     }
-    failWith(job.session, resource::errorsNotAuthorized);
-    return false;
+    return stepFailed(job.session, resource::errorsNotAuthorized);
 }
 
 bool chooseMode(UploadJob &job)

@@ -2,6 +2,7 @@
 #include "vrp/server/upload_description.h"
 
 #include "vrp/core/VrpMain.h"
+#include "vrp/server/session_exits.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ void describePrintMode(RequestSession &session)
 
 } // namespace
 
-void sendDescription(UploadJob &job)
+bool sendDescription(UploadJob &job)
 {
     RequestSession &session = job.session;
     session.run(L"VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|INDSTRINGLIST| NAME=|FILE_INFO| REPLACE=|YES|");
@@ -42,4 +43,5 @@ void sendDescription(UploadJob &job)
     describe(session, L"TUNNEL_SERVICE", job.tunnelService);
     describe(session, L"TUNNEL_PROFILE", job.tunnelProfile);
     session.run(L"VR_CMD=|OBJECT:SEND| NAME=|FILE_INFO|");
+    return goOn(session);
 }
