@@ -3,6 +3,7 @@
 
 #include "vrp/core/resource_table.h"
 #include "vrp/server/RequestSession.h"
+#include "vrp/server/cancel_request.h"
 #include "vrp/server/connection.h"
 #include "vrp/server/directory_entry.h"
 #include "vrp/server/session_exits.h"

@@ -5,6 +5,7 @@
 #include "vrp/core/resource_table.h"
 #include "vrp/server/RequestSession.h"
 #include "vrp/server/browser.h"
+#include "vrp/server/cancel_request.h"
 #include "vrp/server/login.h"
 #include "vrp/server/portal_address.h"
 #include "vrp/server/session_exits.h"

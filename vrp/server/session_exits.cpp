@@ -4,6 +4,7 @@
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/server/RequestSession.h"
+#include "vrp/server/cancel_request.h"
 #include "vrp/ui/error_report.h"
 #include "vrp/ui/message_boxes.h"
 #include "vrp/ui/progress.h"
@@ -39,10 +40,4 @@ bool goOn(RequestSession &session)
     }
     endCancelled(session);
     return false;
-}
-
-bool cancelRequested()
-{
-    RefreshMessageWindow();
-    return VrpsGetMain()->cancelled;
 }

@@ -16,6 +16,3 @@ int endCancelled(RequestSession &session);
 
 /// True unless the user has cancelled: then the operation has ended as by endCancelled.
 [[nodiscard]] bool goOn(RequestSession &session);
-
-/// Lets the progress window serve its cancel button; true when the user has pressed it.
-[[nodiscard]] bool cancelRequested();
