@@ -35,6 +35,9 @@ public:
 
     [[nodiscard]] int get() const { return m_fd; }
 
+    /// Gives the descriptor to somebody else, who closes it.
+    [[nodiscard]] int release() { return std::exchange(m_fd, -1); }
+
     [[nodiscard]] bool isOpen() const { return m_fd >= 0; }
 
 private:

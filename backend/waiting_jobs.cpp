@@ -24,15 +24,15 @@ std::string named(std::string_view stem, std::string_view suffix)
 
 std::vector<std::string> fileNames(int folder)
 {
-    // The stream owns the descriptor that it is made from, and moves its position.
-    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR *)> stream(copy >= 0 ? ::fdopendir(copy) : nullptr, ::closedir);
     std::vector<std::string> names;
-    while (stream != nullptr) {
-        const dirent *entry = ::readdir(stream.get());
-        if (entry == nullptr) {
-            break;
-        }
+    // The stream moves the position of the descriptor that it is made from.
+    FileDescriptor copy = openFolder(folder, ".");
+    const std::unique_ptr<DIR, int (*)(DIR *)> stream(::fdopendir(copy.get()), ::closedir);
+    if (stream == nullptr) {
+        return names;
+    }
+    (void)copy.release(); // the stream's now
+    while (const dirent *entry = ::readdir(stream.get())) {
         names.emplace_back(entry->d_name);
     }
     return names;
