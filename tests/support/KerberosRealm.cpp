@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/KerberosRealm.h"
 
-#include "tests/support/loopback_socket.h"
-
-#include <fcntl.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
+#include <vector>
 
 namespace {
 
@@ -41,21 +36,17 @@ KerberosRealm::KerberosRealm()
     run("/usr/sbin/kdb5_util create -s -r " + std::string(name) + " -P master-secret");
     // A port that was free a moment ago may be somebody else's by now.
     for (int tries = 0; tries < 10; ++tries) {
-        writeConfiguration(LoopbackSocket::listener().port());
-        if (start()) {
+        const int port = LoopbackDaemon::freePort();
+        writeConfiguration(port);
+        if (start(port)) {
             return;
         }
     }
-    throw std::runtime_error("krb5kdc does not start: " + m_folder.read("kdc.out") +
-                             m_folder.read("kdc.log"));
+    throw std::runtime_error("krb5kdc does not start: " + m_folder.read("kdc.log"));
 }
 
 KerberosRealm::~KerberosRealm()
 {
-    if (m_pid > 0) {
-        ::kill(m_pid, SIGTERM);
-        ::waitpid(m_pid, nullptr, 0);
-    }
     for (const char *variable : variables) {
         ::unsetenv(variable);
     }
@@ -80,34 +71,11 @@ void KerberosRealm::writeConfiguration(int port) const
                                     << "\n default = FILE:" << path("log") << '\n';
 }
 
-bool KerberosRealm::start()
+bool KerberosRealm::start(int port)
 {
-    std::filesystem::remove(path("kdc.log"));
-    m_pid = ::fork();
-    if (m_pid == 0) {
-        const int output = ::open(path("kdc.out").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        ::dup2(output, STDOUT_FILENO);
-        ::dup2(output, STDERR_FILENO);
-        ::execl(centre, centre, "-n", "-P", path("kdc.pid").c_str(), nullptr);
-        ::_exit(127);
-    }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!isServing()) {
-        if (::waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
-            m_pid = -1;
-            return false;
-        }
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("krb5kdc is not ready after half a minute");
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
-
-bool KerberosRealm::isServing() const
-{
-    return m_folder.read("kdc.log").find("commencing operation") != std::string::npos;
+    m_centre =
+        std::make_unique<LoopbackDaemon>(centre, std::vector<std::string>{"-n", "-P", path("kdc.pid")});
+    return m_centre->listensOn(port);
 }
 
 void KerberosRealm::addPerson(const std::string &person, const std::string &password)

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/LoopbackDaemon.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <sys/types.h>
-
 #include <filesystem>
+#include <memory>
 #include <string>
 
 /// A Kerberos realm of its own: a key distribution centre on a free port of the loopback interface, whose
@@ -34,12 +34,11 @@ public:
 private:
     void writeConfiguration(int port) const;
     void administer(const std::string &command) const;
-    [[nodiscard]] bool start();
-    [[nodiscard]] bool isServing() const;
+    [[nodiscard]] bool start(int port);
     void run(const std::string &line) const;
 
     [[nodiscard]] std::string path(const std::string &file) const { return m_folder.file(file); }
 
     TemporaryFolder m_folder;
-    pid_t m_pid = -1;
+    std::unique_ptr<LoopbackDaemon> m_centre;
 };
