@@ -70,14 +70,13 @@ public:
 
     void Cleanup();
 
-    bool silent = false;               ///< "-s": no error boxes; forces noConfirm
-    bool testMode = false;             ///< the run mode is test or testb
-    bool verbose = false;              ///< "-v": every failed command is shown, unless silent
-    bool showConnectionErrors = false; ///< "-b": every failed connection is shown
-    bool noConfirm = false;            ///< "-g" or "-s": install and uninstall ask nothing
-    std::wstring programDir;           ///< folder of the executable, without a trailing "/"
-    wchar_t configFilePath[2048] =
-        L""; ///< configuration file of the resource texts; empty: the settings store
+    bool silent = false;                  ///< "-s": no error boxes; forces noConfirm
+    bool testMode = false;                ///< the run mode is test or testb
+    bool verbose = false;                 ///< "-v": every failed command is shown, unless silent
+    bool showConnectionErrors = false;    ///< "-b": every failed connection is shown
+    bool noConfirm = false;               ///< "-g" or "-s": install and uninstall ask nothing
+    std::wstring programDir;              ///< folder of the executable, without a trailing "/"
+    wchar_t configFilePath[2048] = L"";   ///< of the resource texts; empty: the settings store has them
     wchar_t installSourceDir[2048] = L""; ///< installation directory ("-d" of install mode)
     wchar_t printerTitle[256] = L"";
     wchar_t monitorName[256] = L"";

@@ -65,8 +65,8 @@ private:
 
     QLabel *m_textLabel = nullptr;
     QPushButton *m_cancelButton = nullptr; ///< null without a cancel bitmap
-    QPushButton *m_pressedCancelButton =
-        nullptr; ///< shown once the user has cancelled; null without its bitmap
+    /// Shown once the user has cancelled; null without its bitmap.
+    QPushButton *m_pressedCancelButton = nullptr;
     QPixmap m_bitmap1;
     QPixmap m_bitmap2;
     QPixmap m_bitmap3;
