@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "backend/agent_arguments.h"
 
-#include <charconv>
+#include "backend/whole_number.h"
 
 namespace backend {
 namespace {
@@ -10,13 +10,11 @@ constexpr int longestWaitSeconds = 86400;
 
 bool parseSeconds(const std::string &text, int &milliseconds)
 {
-    int seconds = 0;
-    const auto [stopped, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (error != std::errc() || stopped != text.data() + text.size() || seconds < 0 ||
-        seconds > longestWaitSeconds) {
+    const auto seconds = wholeNumber<int>(text);
+    if (!seconds || *seconds < 0 || *seconds > longestWaitSeconds) {
         return false;
     }
-    milliseconds = seconds * 1000;
+    milliseconds = *seconds * 1000;
     return true;
 }
 

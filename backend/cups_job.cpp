@@ -2,9 +2,9 @@
 #include "backend/cups_job.h"
 
 #include "backend/job_ticket.h"
+#include "backend/whole_number.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace backend {
 namespace {
@@ -17,10 +17,8 @@ bool isNumber(std::string_view text)
 
 unsigned parseCopies(std::string_view text)
 {
-    unsigned copies = 0;
-    const auto [stopped, error] = std::from_chars(text.data(), text.data() + text.size(), copies);
-    const bool whole = error == std::errc() && stopped == text.data() + text.size();
-    return whole && copies >= 1 && copies <= maxCopies ? copies : 1;
+    const auto copies = wholeNumber<unsigned>(text);
+    return copies && *copies >= 1 && *copies <= maxCopies ? *copies : 1;
 }
 
 /// One option value: up to a blank, or up to the closing quote when it begins with one; a backslash takes the

@@ -2,6 +2,7 @@
 #include "backend/display.h"
 
 #include "backend/file_descriptor.h"
+#include "backend/whole_number.h"
 
 #include <netdb.h>
 #include <sys/socket.h>
@@ -11,9 +12,13 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace backend {
 namespace {
+
+constexpr int firstX11Port = 6000;
+constexpr int lastPort = 65535;
 
 std::string environment(const char *name)
 {
@@ -62,12 +67,16 @@ bool x11Opens(const std::string &display)
     if (colon == std::string::npos) {
         return false;
     }
-    const std::string host = display.substr(0, colon);
-    const int number = std::atoi(display.c_str() + colon + 1);
-    if (!host.empty() && host != "unix") {
-        return connectsOverNetwork(host, 6000 + number);
+    const std::string_view behind = std::string_view(display).substr(colon + 1);
+    const auto number = wholeNumber<int>(behind.substr(0, behind.find('.')));
+    if (!number || *number < 0) {
+        return false;
     }
-    const std::string path = "/tmp/.X11-unix/X" + std::to_string(number);
+    const std::string host = display.substr(0, colon);
+    if (!host.empty() && host != "unix") {
+        return *number <= lastPort - firstX11Port && connectsOverNetwork(host, firstX11Port + *number);
+    }
+    const std::string path = "/tmp/.X11-unix/X" + std::to_string(*number);
     return connectsLocally(path) || connectsLocally(std::string(1, '\0') + path);
 }
 

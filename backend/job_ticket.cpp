@@ -2,8 +2,7 @@
 #include "backend/job_ticket.h"
 
 #include "backend/value_cleaning.h"
-
-#include <charconv>
+#include "backend/whole_number.h"
 
 namespace backend {
 namespace {
@@ -43,12 +42,12 @@ template <typename Number>
 bool takeNumber(std::string_view &text, std::string_view key, Number &target, Number smallest, Number largest)
 {
     const auto value = takeValue(text, key);
-    if (!value) {
+    const auto number = value ? wholeNumber<Number>(*value) : std::nullopt;
+    if (!number || *number < smallest || *number > largest) {
         return false;
     }
-    const char *end = value->data() + value->size();
-    const auto [stopped, error] = std::from_chars(value->data(), end, target);
-    return error == std::errc() && stopped == end && target >= smallest && target <= largest;
+    target = *number;
+    return true;
 }
 
 } // namespace
