@@ -3,6 +3,7 @@
 #include "tests/support/ScriptedUser.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Transcript.h"
+#include "tests/support/file_bytes.h"
 #include "tests/support/fresh_main.h"
 #include "tests/support/settings_folder.h"
 #include "vrp/platform/text.h"
@@ -196,8 +197,7 @@ struct Machine
 /// CR LF ends each entry, and stands nowhere else.
 void checkLog(const std::string &path)
 {
-    std::ifstream file(path, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string text = fileBytes(path);
     const auto lines = std::count(text.begin(), text.end(), '\n');
     ensure(lines > 3 && std::count(text.begin(), text.end(), '\r') == lines && text.ends_with("\r\n"));
     ensure(text.find('\x1B') == std::string::npos);

@@ -2,6 +2,7 @@
 #include "appserver/control_digest.h"
 #include "tests/fuzz/fuzz_entry.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/file_bytes.h"
 #include "vrp/core/VrpLog.h"
 #include "vrp/platform/keyword.h"
 #include "vrp/platform/text.h"
@@ -100,8 +101,7 @@ void checkLogFile(const std::wstring &text)
     log.WriteLn(escapeControls(text).c_str());
     log.WriteLn(L"end");
     log.Close();
-    std::ifstream file(wtoUTF8(name), std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string bytes = fileBytes(wtoUTF8(name));
     ensure(std::count(bytes.begin(), bytes.end(), '\n') == 3 && bytes.ends_with("\r\nend\r\n"));
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fuzz/fuzz_entry.h"
+#include "tests/support/file_bytes.h"
 
 #include <filesystem>
 #include <fstream>
@@ -17,8 +18,7 @@ int main(int argc, char **argv)
     }
     std::size_t count = 0;
     for (const auto &entry : std::filesystem::directory_iterator(argv[1])) {
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        const std::string bytes = fileBytes(entry.path());
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(bytes.data()), bytes.size());
         ++count;
     }

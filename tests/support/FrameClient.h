@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/ServerProcess.h"
 #include "tests/support/frame_text.h"
-#include "tests/support/server_process.h"
 
 #include <httplib.h>
 #include <zstd.h>

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/PrivateCupsd.h"
 
+#include "tests/support/file_bytes.h"
+
 #include <QDeadlineTimer>
 #include <QStringList>
 #include <QThread>
@@ -62,8 +64,7 @@ bool PrivateCupsd::isRunning() const
 
 std::string PrivateCupsd::errorLog() const
 {
-    std::ifstream log(at("error_log"));
-    return {std::istreambuf_iterator<char>(log), {}};
+    return fileBytes(at("error_log"));
 }
 
 std::string PrivateCupsd::at(const std::string &name) const

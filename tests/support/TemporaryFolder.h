@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/file_bytes.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -40,11 +41,7 @@ public:
         return file(name);
     }
 
-    [[nodiscard]] std::string read(const std::string &name) const
-    {
-        std::ifstream stream(m_path / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
+    [[nodiscard]] std::string read(const std::string &name) const { return fileBytes(m_path / name); }
 
 private:
     std::filesystem::path m_path;

@@ -258,7 +258,7 @@ void UploadBed::judge(const Result &result, const std::string &name, const std::
     verdict.error = result.error;
     const std::string outcome = result.error + " (" + result.description + ") at " + result.failedCommand;
     if (result.isDone) {
-        if (held.size() != 1 || held[0] != result.identifier || storedText(held[0]) != document) {
+        if (held.size() != 1 || held[0] != result.identifier || m_server.storedText(held[0]) != document) {
             verdict.violations.push_back("success, but the server holds " + std::to_string(held.size()) +
                                          " documents, or another one");
         }
@@ -268,7 +268,7 @@ void UploadBed::judge(const Result &result, const std::string &name, const std::
         verdict.violations.push_back("an error that is none: " + outcome);
     }
     const bool isInDoubt = isAtLastStep(result.failedCommand);
-    if (held.size() > (isInDoubt ? 1U : 0U) || (!held.empty() && storedText(held[0]) != document)) {
+    if (held.size() > (isInDoubt ? 1U : 0U) || (!held.empty() && m_server.storedText(held[0]) != document)) {
         verdict.violations.push_back("a refused document is stored: " + outcome);
     }
     const std::lock_guard lock(m_mutex);
@@ -291,12 +291,6 @@ void UploadBed::checkSession(const Result &result, Verdict &verdict)
 std::vector<std::string> UploadBed::stored(const std::string &name) const
 {
     return query(m_server, "SELECT id FROM documents WHERE file_name = '" + name + "'");
-}
-
-std::string UploadBed::storedText(const std::string &identifier) const
-{
-    std::ifstream stream(m_server.data() / "documents" / (identifier + ".txt"), std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
 void UploadBed::forget(const std::string &name) const

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/ServerProcess.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/server_process.h"
 #include "tests/torture/SweepTable.h"
 
 #include <atomic>
@@ -63,7 +63,6 @@ private:
     void judge(const Result &result, const std::string &name, const std::string &document, Verdict &verdict);
     void checkSession(const Result &result, Verdict &verdict);
     [[nodiscard]] std::vector<std::string> stored(const std::string &name) const;
-    [[nodiscard]] std::string storedText(const std::string &identifier) const;
     void forget(const std::string &name) const;
     [[nodiscard]] std::string refusals() const;
     void checkLeftovers(SweepTable &table) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/control_digest.h"
 #include "tests/support/FrameClient.h"
+#include "tests/support/file_bytes.h"
 #include "tests/support/sample_documents.h"
 
 #include <arpa/inet.h>
@@ -425,9 +426,8 @@ TEST_F(HostileClient, many_clients_at_once_each_get_their_document_stored_whole)
     for (const auto &document : m_server.documents()) {
         const auto found = std::ranges::find(ids, document[0]);
         ASSERT_NE(found, ids.end());
-        std::ostringstream stored;
-        stored << std::ifstream(m_server.documentFile(document), std::ios::binary).rdbuf();
-        EXPECT_TRUE(stored.str() == contents[static_cast<std::size_t>(found - ids.begin())]);
+        EXPECT_TRUE(fileBytes(m_server.documentFile(document)) ==
+                    contents[static_cast<std::size_t>(found - ids.begin())]);
     }
 }
 

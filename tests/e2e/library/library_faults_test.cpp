@@ -2,7 +2,7 @@
 #include "tests/support/FaultRelay.h"
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
-#include "tests/support/server_process.h"
+#include "tests/support/SharedServerTest.h"
 
 #include <gtest/gtest.h>
 
@@ -10,21 +10,21 @@
 
 namespace {
 
-/// One server for all tests of this file; each upload is a document of its own.
-class UploadFaults : public testing::Test
+/// Each upload is a document of its own.
+class UploadFaults : public SharedServerTest
 {
 protected:
     static void SetUpTestSuite()
     {
         ::setenv("VRC_STALL_TIMEOUT_MS", "3000", 1);
         ::setenv("VRC_ANSWER_TIMEOUT_MS", "3000", 1);
-        s_server = std::make_unique<ServerProcess>();
+        SharedServerTest::SetUpTestSuite();
         s_stored = 0;
     }
 
     static void TearDownTestSuite()
     {
-        s_server.reset();
+        SharedServerTest::TearDownTestSuite();
         ::unsetenv("VRC_STALL_TIMEOUT_MS");
         ::unsetenv("VRC_ANSWER_TIMEOUT_MS");
     }
@@ -35,11 +35,6 @@ protected:
         std::uint64_t toClient = 0;
     };
 
-    static std::string login()
-    {
-        return "POD_USER=|" + s_server->user() + "| POD_PASSWORD=|" + s_server->password() + "|";
-    }
-
     /// Uploads through a relay with these faults and checks what holds for every one of them.
     Traffic upload(const std::vector<Fault> &faults, const std::string &name)
     {
@@ -48,7 +43,7 @@ protected:
         FaultRelay relay(s_server->plainPort(), faults);
         std::string identifier;
         {
-            LibraryUpload print(plainConnection(relay.port()), login(), path);
+            LibraryUpload print(plainConnection(relay.port()), s_server->login(), path);
             m_isDone = print.run();
             m_error = print.error();
             identifier = print.identifier();
@@ -58,16 +53,10 @@ protected:
         m_connections = relay.connections();
         const std::size_t before = std::exchange(s_stored, s_server->documents().size());
         EXPECT_EQ(s_stored - before, m_isDone ? 1U : 0U) << name;
-        EXPECT_TRUE(!m_isDone || storedText(identifier) == text) << name;
+        EXPECT_TRUE(!m_isDone || s_server->storedText(identifier) == text) << name;
         EXPECT_FALSE(std::filesystem::exists(path + ".tmp")) << name;
         EXPECT_FALSE(std::filesystem::exists(path + ".tmpc")) << name;
         return {relay.bytesToServer(), relay.bytesToClient()};
-    }
-
-    static std::string storedText(const std::string &identifier)
-    {
-        std::ifstream stream(s_server->data() / "documents" / (identifier + ".txt"), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
 
     /// The same fault at points spread over the whole upload, both ways, on the first connection.
@@ -89,7 +78,6 @@ protected:
         }
     }
 
-    static std::unique_ptr<ServerProcess> s_server;
     static std::size_t s_stored; ///< documents on the server
     TemporaryFolder m_folder;
     std::uint32_t m_seed = 0;
@@ -98,7 +86,6 @@ protected:
     std::size_t m_connections = 0;
 };
 
-std::unique_ptr<ServerProcess> UploadFaults::s_server;
 std::size_t UploadFaults::s_stored = 0;
 
 } // namespace
@@ -161,7 +148,7 @@ TEST_F(UploadFaults, a_corrupted_block_is_never_stored)
 {
     const std::string path = m_folder.write("document", incompressibleText(200'000, 77));
     FaultRelay relay(s_server->plainPort(), {{Fault::Kind::corrupt, Fault::Way::toServer, 100'000, 0}});
-    LibraryUpload print(plainConnection(relay.port()), login(), path);
+    LibraryUpload print(plainConnection(relay.port()), s_server->login(), path);
     EXPECT_FALSE(print.run());
     EXPECT_EQ(print.error(), "SYSTEM/OBJECT/105") << print.failedCommand();
     EXPECT_EQ(s_server->documents().size(), s_stored);
@@ -172,7 +159,7 @@ TEST_F(UploadFaults, closing_within_the_block_loop_does_not_wait_for_it)
     const std::string path = m_folder.write("document", incompressibleText(2'000'000, 5));
     FaultRelay relay(s_server->plainPort(), {{Fault::Kind::stall, Fault::Way::toServer, 300'000, 0}});
     LibraryRequest request(plainConnection(relay.port()));
-    ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + login()));
+    ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + s_server->login()));
     ASSERT_TRUE(
         request.command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|DOC| FILENAME=|" + path + "|"));
     ASSERT_TRUE(request.command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|B| PERSIST=|0| FILENAME=|" +
@@ -196,7 +183,7 @@ TEST_F(UploadFaults, requests_to_the_same_server_share_a_connection)
     const std::string path = m_folder.write("document", incompressibleText(200'000, 9));
     FaultRelay relay(s_server->plainPort(), {});
     for (int i = 0; i < 3; ++i) {
-        LibraryUpload print(plainConnection(relay.port()), login(), path);
+        LibraryUpload print(plainConnection(relay.port()), s_server->login(), path);
         EXPECT_TRUE(print.run()) << print.description();
         ++s_stored;
     }
@@ -248,29 +235,29 @@ TEST_F(UploadFaults, where_chunked_bodies_are_refused_bodies_of_known_length_go)
 {
     const std::string path = m_folder.write("document", incompressibleText(900'000, 10));
     StrictGateway gateway(s_server->plainPort(), false, 10'000'000);
-    LibraryUpload print(plainConnection(gateway.port()), login(), path);
+    LibraryUpload print(plainConnection(gateway.port()), s_server->login(), path);
     EXPECT_TRUE(print.run()) << print.description() << print.failedCommand();
     ++s_stored;
     EXPECT_EQ(gateway.refusals(), 1);
     EXPECT_LE(gateway.longestBody(), 256U * 1024 + 1024);
-    EXPECT_TRUE(storedText(print.identifier()) == incompressibleText(900'000, 10));
+    EXPECT_TRUE(s_server->storedText(print.identifier()) == incompressibleText(900'000, 10));
 }
 
 TEST_F(UploadFaults, where_long_bodies_are_refused_shorter_ones_go)
 {
     const std::string path = m_folder.write("document", incompressibleText(900'000, 11));
     StrictGateway gateway(s_server->plainPort(), true, 100'000);
-    LibraryUpload print(plainConnection(gateway.port()), login(), path);
+    LibraryUpload print(plainConnection(gateway.port()), s_server->login(), path);
     EXPECT_TRUE(print.run()) << print.description() << print.failedCommand();
     ++s_stored;
-    EXPECT_TRUE(storedText(print.identifier()) == incompressibleText(900'000, 11));
+    EXPECT_TRUE(s_server->storedText(print.identifier()) == incompressibleText(900'000, 11));
 }
 
 TEST_F(UploadFaults, where_not_even_a_block_passes_the_upload_fails)
 {
     const std::string path = m_folder.write("document", incompressibleText(200'000, 12));
     StrictGateway gateway(s_server->plainPort(), true, 20'000);
-    LibraryUpload print(plainConnection(gateway.port()), login(), path);
+    LibraryUpload print(plainConnection(gateway.port()), s_server->login(), path);
     EXPECT_FALSE(print.run());
     EXPECT_EQ(print.error(), "LOCAL/REQUEST/131") << print.description();
     EXPECT_EQ(s_server->documents().size(), s_stored);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
-#include "tests/support/server_process.h"
+#include "tests/support/ServerProcess.h"
 #include "wire/frames.h"
 
 #include <gmock/gmock.h>
@@ -15,9 +15,7 @@ class LibraryObjects : public testing::Test
 protected:
     LibraryObjects() : m_request(plainConnection(m_server.plainPort()))
     {
-        EXPECT_EQ(resultOf("VR_CMD=|MISC:NOP| POD_USER=|" + m_server.user() + "| POD_PASSWORD=|" +
-                           m_server.password() + "|"),
-                  "");
+        EXPECT_EQ(resultOf("VR_CMD=|MISC:NOP| " + m_server.login()), "");
     }
 
     std::string resultOf(const std::string &line)

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/FaultRelay.h"
 #include "tests/support/LibraryUpload.h"
-#include "tests/support/server_process.h"
+#include "tests/support/ServerProcess.h"
 
 #include <gtest/gtest.h>
 
 #include <barrier>
-#include <fstream>
 #include <thread>
 
 namespace {
@@ -49,7 +48,7 @@ protected:
                 Upload &upload = uploads[static_cast<std::size_t>(number)];
                 upload.text = incompressibleText(200'000, static_cast<std::uint32_t>(number + 1));
                 const std::string path = m_folder.write("document" + std::to_string(number), upload.text);
-                LibraryUpload print(plainConnection(port), login(), path);
+                LibraryUpload print(plainConnection(port), m_server.login(), path);
                 upload.problem = print.run() ? "" : print.error() + print.description();
                 upload.identifier = print.identifier();
             }
@@ -61,19 +60,8 @@ protected:
     {
         for (const Upload &upload : uploads) {
             EXPECT_EQ(upload.problem, "");
-            EXPECT_TRUE(storedText(upload.identifier) == upload.text) << upload.identifier;
+            EXPECT_TRUE(m_server.storedText(upload.identifier) == upload.text) << upload.identifier;
         }
-    }
-
-    [[nodiscard]] std::string login() const
-    {
-        return "POD_USER=|" + m_server.user() + "| POD_PASSWORD=|" + m_server.password() + "|";
-    }
-
-    [[nodiscard]] std::string storedText(const std::string &identifier) const
-    {
-        std::ifstream stream(m_server.data() / "documents" / (identifier + ".txt"), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
 
     ServerProcess m_server;
@@ -99,14 +87,15 @@ TEST_F(LibraryThreads, need_no_more_connections_than_there_are_threads)
     const std::size_t before = relay.connections();
     onAllThreads([&](int) {
         LibraryRequest request(plainConnection(relay.port()));
-        EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + login())) << request.description();
+        EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + m_server.login())) << request.description();
         EXPECT_TRUE(request.command("VR_CLOSE_SESSION=|YES|"));
     });
     EXPECT_LE(relay.connections(), static_cast<std::size_t>(threads));
     const std::size_t after = relay.connections();
     EXPECT_GE(after, before);
     for (int i = 0; i < 5; ++i) {
-        LibraryUpload print(plainConnection(relay.port()), login(), m_folder.write("again", "a last page"));
+        LibraryUpload print(plainConnection(relay.port()), m_server.login(),
+                            m_folder.write("again", "a last page"));
         EXPECT_TRUE(print.run()) << print.description();
     }
     EXPECT_EQ(relay.connections(), after) << "one after the other they share what is there";
@@ -137,9 +126,9 @@ TEST_F(LibraryThreads, errors_and_sessions_of_one_request_are_never_those_of_ano
         const auto place = static_cast<std::size_t>(thread);
         for (int round = 0; round < 8; ++round) {
             LibraryRequest request(plainConnection(m_server.plainPort()));
-            const bool isDone =
-                request.command("VR_CMD=|MISC:NOP| " +
-                                (isRefused ? "POD_USER=|nobody" + std::to_string(thread) + "|" : login()));
+            const bool isDone = request.command(
+                "VR_CMD=|MISC:NOP| " +
+                (isRefused ? "POD_USER=|nobody" + std::to_string(thread) + "|" : m_server.login()));
             outcomes[place] = isDone ? "done" : request.error();
             request.command("VR_CMD=|LOCAL:REQUEST:GET_SESSION_ID|");
             sessions[place] = request.result();

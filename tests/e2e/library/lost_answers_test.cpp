@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/MeddlingPeer.h"
-#include "tests/support/server_process.h"
+#include "tests/support/SharedServerTest.h"
+#include "tests/support/file_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -20,29 +21,9 @@ std::vector<std::uint64_t> numbersOf(const std::string &line, const MeddlingPeer
 }
 
 /// The server carries a request out, and its answer never arrives.
-class LostAnswers : public testing::Test
+class LostAnswers : public SharedServerTest
 {
 protected:
-    static void SetUpTestSuite() { s_server = std::make_unique<ServerProcess>(); }
-
-    static void TearDownTestSuite() { s_server.reset(); }
-
-    static std::string login()
-    {
-        return "POD_USER=|" + s_server->user() + "| POD_PASSWORD=|" + s_server->password() + "|";
-    }
-
-    static std::string textOf(const std::filesystem::path &path)
-    {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-
-    static std::string storedText(const std::string &identifier)
-    {
-        return textOf(s_server->data() / "documents" / (identifier + ".txt"));
-    }
-
     LostAnswers() : m_text(incompressibleText(200'000)), m_path(m_folder.write("document", m_text)) {}
 
     /// The number of the procedure in an upload that loses nothing.
@@ -50,7 +31,7 @@ protected:
     {
         if (m_procedureNumber == 0) {
             MeddlingPeer peer(s_server->plainPort());
-            LibraryUpload print(plainConnection(peer.port()), login(), m_path);
+            LibraryUpload print(plainConnection(peer.port()), s_server->login(), m_path);
             EXPECT_TRUE(print.run()) << print.description();
             m_procedureNumber = numbersOf(procedure, peer).at(0);
         }
@@ -63,23 +44,20 @@ protected:
         MeddlingPeer peer(s_server->plainPort());
         losesWhatFollows ? peer.loseAnswersFrom(number, times) : peer.loseAnswersTo(number, times);
         const std::size_t before = s_server->documents().size();
-        LibraryUpload print(plainConnection(peer.port()), login(), m_path);
+        LibraryUpload print(plainConnection(peer.port()), s_server->login(), m_path);
         EXPECT_TRUE(print.run()) << print.error() << print.description() << print.failedCommand();
         EXPECT_EQ(peer.lossesLeft(), 0);
         EXPECT_EQ(s_server->documents().size(), before + 1);
-        EXPECT_TRUE(storedText(print.identifier()) == m_text);
+        EXPECT_TRUE(s_server->storedText(print.identifier()) == m_text);
     }
 
     static constexpr const char *procedure = "VR_PROC=|ProcessFile| QUEUE=|demo|";
 
-    static std::unique_ptr<ServerProcess> s_server;
     std::uint64_t m_procedureNumber = 0;
     TemporaryFolder m_folder;
     std::string m_text;
     std::string m_path;
 };
-
-std::unique_ptr<ServerProcess> LostAnswers::s_server;
 
 /// A session with a block for the object "0", whose name stands in the variable TARGET.
 void openWithBlock(LibraryRequest &request, const std::string &login, const std::string &path)
@@ -103,7 +81,7 @@ void openWithBlock(LibraryRequest &request, const std::string &login, const std:
 TEST_F(LostAnswers, to_any_request_of_an_upload_store_one_document)
 {
     MeddlingPeer peer(s_server->plainPort());
-    LibraryUpload print(plainConnection(peer.port()), login(), m_path);
+    LibraryUpload print(plainConnection(peer.port()), s_server->login(), m_path);
     ASSERT_TRUE(print.run()) << print.description();
     for (const PassedCommand &command : peer.passed()) {
         if (command.isQueued) {
@@ -125,7 +103,7 @@ TEST_F(LostAnswers, to_an_append_that_is_repeated_append_once)
     MeddlingPeer peer(s_server->plainPort());
     peer.loseAnswersTo(5, 2);
     LibraryRequest request(plainConnection(peer.port()));
-    openWithBlock(request, login(), m_path);
+    openWithBlock(request, s_server->login(), m_path);
     const std::string line = "VR_CMD=|OBJECT:FILE_APPEND| NAME=|##TARGET| SNAME=|B| VR_KEEP_VAR=|YES|";
     EXPECT_FALSE(request.command(line));
     EXPECT_EQ(request.error(), "LOCAL/REQUEST/104");
@@ -135,7 +113,7 @@ TEST_F(LostAnswers, to_an_append_that_is_repeated_append_once)
     ASSERT_TRUE(
         request.command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|0| FILENAME=|" + fetched + "|"));
     ASSERT_TRUE(request.command("VR_CMD=|OBJECT:GET| NAME=|0|")) << request.description();
-    EXPECT_TRUE(textOf(fetched) == m_text.substr(0, 65536));
+    EXPECT_TRUE(fileBytes(fetched) == m_text.substr(0, 65536));
     EXPECT_TRUE(request.command("VR_CMD=|OBJECT:FILE_APPEND| NAME=|##TARGET| SNAME=|B| VR_KEEP_VAR=|YES|"));
     ASSERT_TRUE(request.command("VR_CMD=|OBJECT:FILE_GET_SIZE| NAME=|0|"));
     EXPECT_EQ(request.result(), "131072") << "the same text later is a command of its own";
@@ -149,7 +127,7 @@ TEST_F(LostAnswers, to_the_procedure_that_is_repeated_store_one_document)
         peer.loseAnswersTo(procedureNumber(), 3);
         const std::size_t before = s_server->documents().size();
         std::string identifier;
-        LibraryUpload print(plainConnection(peer.port()), login(), m_path);
+        LibraryUpload print(plainConnection(peer.port()), s_server->login(), m_path);
         print.beforeClose = [&](LibraryRequest &request) {
             // Another command in its place asks what became of it.
             EXPECT_TRUE(request.command(isRepeated ? procedure : "VR_CMD=|MISC:NOP|"))
@@ -164,6 +142,6 @@ TEST_F(LostAnswers, to_the_procedure_that_is_repeated_store_one_document)
         EXPECT_EQ(numbersOf(procedure, peer),
                   std::vector<std::uint64_t>(isRepeated ? 4 : 3, procedureNumber()));
         EXPECT_EQ(s_server->documents().size(), before + 1);
-        EXPECT_TRUE(storedText(identifier) == m_text);
+        EXPECT_TRUE(s_server->storedText(identifier) == m_text);
     }
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/ServerProcess.h"
 #include "tests/support/SquidProxy.h"
-#include "tests/support/server_process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,11 +59,6 @@ std::string connectionTo(const std::string &server, bool ssl)
            (ssl ? " Ssl=\"YES\"" : "") + " ConnectionTimeOut=\"5\"";
 }
 
-std::string loginOf(const ServerProcess &server)
-{
-    return "POD_USER=|" + server.user() + "| POD_PASSWORD=|" + server.password() + "|";
-}
-
 /// The part of a server's address that leads through a proxy.
 std::string through(const SquidProxy &proxy, const std::string &credentials)
 {
@@ -88,18 +83,18 @@ protected:
 TEST_P(Proxies, an_open_one_lets_an_upload_pass)
 {
     const SquidProxy squid;
-    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 0) << m_client.said();
+    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), m_server.login()), 0) << m_client.said();
     EXPECT_EQ(m_server.documents().size(), 1U);
 }
 
 TEST_P(Proxies, basic_authentication_is_reported_and_passed)
 {
     const SquidProxy squid(SquidProxy::Authentication::basic, "proxy", "se(cret)");
-    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 1);
+    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), m_server.login()), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
-    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;wrong)"), loginOf(m_server)), 1);
+    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;wrong)"), m_server.login()), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
-    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), loginOf(m_server)), 0)
+    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), m_server.login()), 0)
         << m_client.said();
     EXPECT_EQ(m_server.documents().size(), 1U);
 }
@@ -107,9 +102,9 @@ TEST_P(Proxies, basic_authentication_is_reported_and_passed)
 TEST_P(Proxies, digest_authentication_is_reported_and_passed)
 {
     const SquidProxy squid(SquidProxy::Authentication::digest, "proxy", "se(cret)");
-    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), loginOf(m_server)), 1);
+    EXPECT_EQ(m_client.print(connectionThrough(squid, ""), m_server.login()), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/113: "));
-    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), loginOf(m_server)), 0)
+    EXPECT_EQ(m_client.print(connectionThrough(squid, "(proxy;se(cret))"), m_server.login()), 0)
         << m_client.said();
     EXPECT_EQ(m_server.documents().size(), 1U);
 }
@@ -119,7 +114,7 @@ TEST_P(Proxies, one_that_cannot_reach_the_server_is_no_connection)
     const SquidProxy squid;
     const std::string nowhere = connectionTo(
         through(squid, "") + "127.0.0.1:" + std::to_string(LoopbackDaemon::freePort()), GetParam());
-    EXPECT_EQ(m_client.print(nowhere, loginOf(m_server)), 1);
+    EXPECT_EQ(m_client.print(nowhere, m_server.login()), 1);
     EXPECT_THAT(m_client.said(), testing::StartsWith("LOCAL/REQUEST/103: "));
 }
 
@@ -131,7 +126,7 @@ TEST(ProxyEnvironment, has_no_say)
     ServerProcess server;
     ::setenv("http_proxy", "http://127.0.0.1:1", 1);
     LibraryRequest request(plainConnection(server.plainPort()));
-    EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + loginOf(server))) << request.description();
+    EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + server.login())) << request.description();
     ::unsetenv("http_proxy");
 }
 
@@ -140,7 +135,7 @@ TEST(TlsUpload, prints_a_document)
     ServerProcess server;
     InstalledClient client(server.authority());
     const std::string address = "127.0.0.1:" + std::to_string(server.port());
-    EXPECT_EQ(client.print(connectionTo(address, true), loginOf(server)), 0) << client.said();
+    EXPECT_EQ(client.print(connectionTo(address, true), server.login()), 0) << client.said();
     EXPECT_EQ(server.documents().size(), 1U);
 }
 
@@ -151,12 +146,12 @@ TEST(TlsUpload, an_authority_that_cannot_be_read_trusts_nobody)
     const std::string address = "127.0.0.1:" + std::to_string(server.port());
     InstalledClient client(server.authority());
     client.folder().write("Frameworks/vrc-ca.pem", "");
-    EXPECT_NE(client.print(connectionTo(address, true), loginOf(server)), 0);
+    EXPECT_NE(client.print(connectionTo(address, true), server.login()), 0);
     EXPECT_THAT(client.said(), testing::StartsWith("LOCAL/REQUEST/120"));
     EXPECT_THAT(client.said(), testing::HasSubstr("vrc-ca.pem cannot be read"));
     std::filesystem::remove(client.folder().path() / "Frameworks/vrc-ca.pem");
     std::filesystem::create_symlink("nowhere", client.folder().path() / "Frameworks/vrc-ca.pem");
-    EXPECT_NE(client.print(connectionTo(address, true), loginOf(server)), 0);
+    EXPECT_NE(client.print(connectionTo(address, true), server.login()), 0);
     EXPECT_EQ(server.documents().size(), 0U);
 }
 
@@ -166,7 +161,7 @@ TEST(TlsUpload, without_an_authority_of_its_own_the_library_trusts_whom_the_syst
     const std::string address = "127.0.0.1:" + std::to_string(server.port());
     InstalledClient client(server.authority());
     std::filesystem::remove(client.folder().path() / "Frameworks/vrc-ca.pem");
-    EXPECT_NE(client.print(connectionTo(address, true), loginOf(server)), 0);
+    EXPECT_NE(client.print(connectionTo(address, true), server.login()), 0);
     EXPECT_THAT(client.said(), testing::StartsWith("LOCAL/REQUEST/120"));
 }
 
@@ -176,7 +171,7 @@ TEST(TlsUpload, secrets_are_masked_in_the_socket_log)
     InstalledClient client(server.authority());
     const std::string log = client.folder().file("socket.log");
     const std::string address = "127.0.0.1:" + std::to_string(server.port());
-    client.print(connectionTo(address, true) + " SocketLog=\"" + log + "\"", loginOf(server));
+    client.print(connectionTo(address, true) + " SocketLog=\"" + log + "\"", server.login());
     const std::string text = client.folder().read("socket.log");
     EXPECT_THAT(text, testing::HasSubstr("POD_PASSWORD=|****|"));
     EXPECT_THAT(text, testing::HasSubstr("answer success, HTTP 200"));

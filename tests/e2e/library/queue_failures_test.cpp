@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/MeddlingPeer.h"
+#include "tests/support/SharedServerTest.h"
 #include "tests/support/frame_text.h"
-#include "tests/support/server_process.h"
 
 #include <gtest/gtest.h>
 
@@ -37,31 +37,16 @@ std::string nameOf(Line line)
 }
 
 /// Every queued command of a whole upload fails once, each in an upload of its own.
-class QueueFailures : public testing::TestWithParam<Line>
+class QueueFailures : public SharedServerTest, public testing::WithParamInterface<Line>
 {
 protected:
-    static void SetUpTestSuite() { s_server = std::make_unique<ServerProcess>(); }
-
-    static void TearDownTestSuite() { s_server.reset(); }
-
-    static std::string login()
-    {
-        return "POD_USER=|" + s_server->user() + "| POD_PASSWORD=|" + s_server->password() + "|";
-    }
-
-    static std::string storedText(const std::string &identifier)
-    {
-        std::ifstream stream(s_server->data() / "documents" / (identifier + ".txt"), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-
     QueueFailures() : m_text(incompressibleText(400'000)), m_path(m_folder.write("document", m_text)) {}
 
     /// The commands of an upload that nothing happens to.
     Commands commandsOfUpload()
     {
         MeddlingPeer peer(s_server->plainPort());
-        LibraryUpload print(plainConnection(peer.port()), login(), m_path);
+        LibraryUpload print(plainConnection(peer.port()), s_server->login(), m_path);
         EXPECT_TRUE(print.run()) << print.description() << print.failedCommand();
         return peer.passed();
     }
@@ -71,13 +56,10 @@ protected:
                        const LibraryUpload &print);
     static void expectStaysFailed(LibraryRequest &request, const MeddlingPeer &peer);
 
-    static std::unique_ptr<ServerProcess> s_server;
     TemporaryFolder m_folder;
     std::string m_text;
     std::string m_path;
 };
-
-std::unique_ptr<ServerProcess> QueueFailures::s_server;
 
 /// The command that fails the session when this one fails: itself; for a creation the first that needs the
 /// object, if there is one.
@@ -174,7 +156,7 @@ void QueueFailures::failOne(const Commands &commands, const PassedCommand &spoil
     }
     const std::size_t before = s_server->documents().size();
     {
-        LibraryUpload print(plainConnection(peer.port()), login(), m_path);
+        LibraryUpload print(plainConnection(peer.port()), s_server->login(), m_path);
         if (culprit != nullptr) {
             print.beforeClose = [&peer](LibraryRequest &request) { expectStaysFailed(request, peer); };
         }
@@ -184,7 +166,7 @@ void QueueFailures::failOne(const Commands &commands, const PassedCommand &spoil
         if (culprit != nullptr) {
             expectFailure(commands, *culprit, peer, print);
         } else {
-            EXPECT_TRUE(storedText(print.identifier()) == m_text);
+            EXPECT_TRUE(s_server->storedText(print.identifier()) == m_text);
         }
         EXPECT_EQ(peer.lossesLeft(), 0);
         EXPECT_TRUE(print.isSessionClosed());
@@ -192,9 +174,9 @@ void QueueFailures::failOne(const Commands &commands, const PassedCommand &spoil
             s_server->plainPort(), RequestText().session(print.sessionId()).query({}).text));
         EXPECT_EQ(left.lines.at(0), "X 0 SYSTEM/SESSION/101");
     }
-    LibraryUpload next(plainConnection(peer.port()), login(), m_path);
+    LibraryUpload next(plainConnection(peer.port()), s_server->login(), m_path);
     EXPECT_TRUE(next.run()) << next.error() << next.description();
-    EXPECT_TRUE(storedText(next.identifier()) == m_text);
+    EXPECT_TRUE(s_server->storedText(next.identifier()) == m_text);
 }
 
 } // namespace

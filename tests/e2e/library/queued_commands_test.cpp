@@ -1,26 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/SharedServerTest.h"
 #include "tests/support/frame_text.h"
-#include "tests/support/server_process.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-/// One server for all tests of this file.
-class QueuedCommands : public testing::Test
+class QueuedCommands : public SharedServerTest
 {
 protected:
-    static void SetUpTestSuite() { s_server = std::make_unique<ServerProcess>(); }
-
-    static void TearDownTestSuite() { s_server.reset(); }
-
-    static std::string login()
-    {
-        return "POD_USER=|" + s_server->user() + "| POD_PASSWORD=|" + s_server->password() + "|";
-    }
-
     /// What the server answers to a request of another client.
     static AnswerText ask(const RequestText &request)
     {
@@ -35,11 +25,8 @@ protected:
         return decodeAnswer(std::string_view(answer).substr(answer.find("\r\n\r\n") + 4));
     }
 
-    static std::unique_ptr<ServerProcess> s_server;
     TemporaryFolder m_folder;
 };
-
-std::unique_ptr<ServerProcess> QueuedCommands::s_server;
 
 } // namespace
 
@@ -47,8 +34,8 @@ std::unique_ptr<ServerProcess> QueuedCommands::s_server;
 TEST_F(QueuedCommands, an_upload_waits_five_times)
 {
     const std::string log = (m_folder.path() / "log").string();
-    LibraryUpload print(plainConnection(s_server->plainPort(), " SocketLog=\"" + log + "\""), login(),
-                        m_folder.write("document", incompressibleText(300'000)));
+    LibraryUpload print(plainConnection(s_server->plainPort(), " SocketLog=\"" + log + "\""),
+                        s_server->login(), m_folder.write("document", incompressibleText(300'000)));
     EXPECT_TRUE(print.run()) << print.description() << print.failedCommand();
     std::ifstream lines(log);
     std::size_t answers = 0;
@@ -63,7 +50,7 @@ TEST_F(QueuedCommands, are_carried_out_when_the_request_is_closed_behind_them)
     std::string session;
     {
         LibraryRequest request(plainConnection(s_server->plainPort()));
-        ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + login()));
+        ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + s_server->login()));
         ASSERT_TRUE(request.command("VR_CMD=|LOCAL:REQUEST:GET_SESSION_ID|"));
         session = request.result();
         ASSERT_TRUE(request.command("VR_CMD=|OBJECT:CREATE| TYPE=|INTEGER| NAME=|LAST|"));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/Conversation.h"
+#include "tests/support/ServerProcess.h"
 #include "tests/support/loopback_socket.h"
-#include "tests/support/server_process.h"
 #include "wire/frame_reader.h"
 
 #include <gtest/gtest.h>

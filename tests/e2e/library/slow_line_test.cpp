@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/FaultRelay.h"
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/ServerProcess.h"
 #include "tests/support/frame_text.h"
-#include "tests/support/server_process.h"
 
 #include <gtest/gtest.h>
 
@@ -28,8 +28,7 @@ protected:
     void begin(LibraryRequest &request) const
     {
         const std::string create = "VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|";
-        ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| POD_USER=|" + m_server.user() + "| POD_PASSWORD=|" +
-                                    m_server.password() + "|"));
+        ASSERT_TRUE(request.command("VR_CMD=|MISC:NOP| " + m_server.login()));
         ASSERT_TRUE(request.command(create + "DOC| FILENAME=|" + m_path + "|"));
         ASSERT_TRUE(request.command(create + "B| PERSIST=|0| FILENAME=|" + m_path + ".b|"));
         ASSERT_TRUE(request.command("VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|R| REPLACE=|YES|"));

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/portal/WebDriver.h"
 
+#include "tests/support/file_bytes.h"
+
 #include <fcntl.h>
 #include <sodium.h>
 #include <sys/wait.h>
@@ -115,12 +117,11 @@ int WebDriver::startDriver()
     }
     int port = 0;
     waitFor("chromedriver to start", [&] {
-        std::ostringstream text;
-        text << std::ifstream(output).rdbuf();
+        const std::string text = fileBytes(output);
         const std::string marker = "started successfully on port ";
-        const auto at = text.str().find(marker);
+        const auto at = text.find(marker);
         if (at != std::string::npos) {
-            port = std::atoi(text.str().c_str() + at + marker.size());
+            port = std::atoi(text.c_str() + at + marker.size());
         }
         return port != 0 || ::waitpid(m_pid, nullptr, WNOHANG) == m_pid;
     });

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/e2e/program/RunningProgram.h"
+#include "tests/support/file_bytes.h"
 #include "tests/support/settings_folder.h"
 
 #include <gmock/gmock.h>
@@ -44,11 +45,7 @@ protected:
         return m_folder.path().toStdString() + (name.empty() ? "" : "/" + name);
     }
 
-    [[nodiscard]] std::string content(const std::string &name) const
-    {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    [[nodiscard]] std::string content(const std::string &name) const { return fileBytes(path(name)); }
 
     void write(const std::string &name, const std::string &text) const
     {

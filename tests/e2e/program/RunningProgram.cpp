@@ -2,6 +2,7 @@
 #include "tests/e2e/program/RunningProgram.h"
 
 #include "tests/support/ArgumentVector.h"
+#include "tests/support/file_bytes.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -100,8 +101,7 @@ int RunningProgram::exitStatus()
 
 std::string RunningProgram::output() const
 {
-    std::ifstream file(m_outputFile);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return fileBytes(m_outputFile);
 }
 
 std::string RunningProgram::window(const std::string &title) const

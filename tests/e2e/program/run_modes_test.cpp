@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/program/ProgramTest.h"
+#include "tests/support/file_bytes.h"
 
 namespace {
 
@@ -157,8 +158,7 @@ TEST_F(RunModes, a_crash_could_not_leave_passwords_in_a_core_file)
 {
     RunningProgram program = start({"-m", "version"});
     const std::string window = program.window("Varek Printer");
-    std::ifstream limits("/proc/" + std::to_string(program.id()) + "/limits");
-    EXPECT_THAT(std::string(std::istreambuf_iterator<char>(limits), {}),
+    EXPECT_THAT(fileBytes("/proc/" + std::to_string(program.id()) + "/limits"),
                 testing::ContainsRegex("Max core file size +0 +0 +bytes"));
     program.press(window, "Return");
     EXPECT_EQ(program.exitStatus(), 0);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/SendTest.h"
 
+#include "tests/support/file_bytes.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 
@@ -134,22 +135,13 @@ testing::AssertionResult SendTest::storedEquals(const std::string &document) con
         return testing::AssertionFailure() << storedCount() << " documents are stored";
     }
     const std::filesystem::path stored = server.data() / "documents" / (row["id"] + "." + row["format"]);
-    std::ifstream left(document, std::ios::binary);
-    std::ifstream right(stored, std::ios::binary);
-    if (!left || !right || std::filesystem::file_size(document) != std::filesystem::file_size(stored)) {
+    if (std::filesystem::file_size(document) != std::filesystem::file_size(stored)) {
         return testing::AssertionFailure() << stored << " has another size than " << document;
     }
-    if (!std::equal(std::istreambuf_iterator<char>(left), std::istreambuf_iterator<char>(),
-                    std::istreambuf_iterator<char>(right))) {
+    if (fileBytes(document) != fileBytes(stored)) {
         return testing::AssertionFailure() << stored << " has other bytes than " << document;
     }
     return testing::AssertionSuccess();
-}
-
-std::string SendTest::contents(const std::filesystem::path &file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 int SendTest::compressedBytes() const

@@ -2,9 +2,10 @@
 #pragma once
 
 #include "tests/support/ScriptedUser.h"
+#include "tests/support/ServerProcess.h"
 #include "tests/support/Transcript.h"
+#include "tests/support/file_bytes.h"
 #include "tests/support/fresh_main.h"
-#include "tests/support/server_process.h"
 #include "tests/support/settings_folder.h"
 
 #include <QTemporaryDir>
@@ -46,11 +47,9 @@ protected:
     [[nodiscard]] testing::AssertionResult storedEquals(const std::string &document) const;
     [[nodiscard]] std::size_t storedCount() const;
 
-    [[nodiscard]] std::string log() const { return contents(path("log.txt")); }
+    [[nodiscard]] std::string log() const { return fileBytes(path("log.txt")); }
 
-    [[nodiscard]] std::string socketLog() const { return contents(path("socket.txt")); }
-
-    [[nodiscard]] static std::string contents(const std::filesystem::path &file);
+    [[nodiscard]] std::string socketLog() const { return fileBytes(path("socket.txt")); }
 
     [[nodiscard]] static std::string boxes() { return Transcript::linesFrom("box "); }
 

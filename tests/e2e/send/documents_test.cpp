@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/SendTest.h"
+#include "tests/support/file_bytes.h"
 
 #include <fstream>
 
@@ -57,13 +58,13 @@ TEST_F(Documents, a_document_of_several_blocks_arrives)
 
 TEST_F(Documents, a_real_pdf_document_arrives)
 {
-    sendAndCompare(makeDocument(contents(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf")));
+    sendAndCompare(makeDocument(fileBytes(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf")));
     EXPECT_EQ(storedDescription()["format"], "pdf");
 }
 
 TEST_F(Documents, a_real_postscript_document_arrives)
 {
-    sendAndCompare(makeDocument(contents(VAREK_SOURCE_DIR "/tests/data/documents/letter.ps")));
+    sendAndCompare(makeDocument(fileBytes(VAREK_SOURCE_DIR "/tests/data/documents/letter.ps")));
     EXPECT_EQ(storedDescription()["format"], "ps");
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/control_digest.h"
 #include "tests/support/FrameClient.h"
+#include "tests/support/file_bytes.h"
 #include "tests/support/sample_documents.h"
 
 #include <gmock/gmock.h>
@@ -15,10 +16,7 @@ namespace {
 
 std::string sampleDocument(const char *name)
 {
-    std::ostringstream bytes;
-    bytes << std::ifstream(std::string(VAREK_SOURCE_DIR "/tests/data/documents/") + name, std::ios::binary)
-                 .rdbuf();
-    return bytes.str();
+    return fileBytes(std::string(VAREK_SOURCE_DIR "/tests/data/documents/") + name);
 }
 
 /// The portal's answers as a browser gets them.

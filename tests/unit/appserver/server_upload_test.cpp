@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "appserver/decompression.h"
+#include "tests/support/file_bytes.h"
 #include "tests/unit/appserver/AppServerTest.h"
 
 #include <xxhash.h>
@@ -102,9 +103,7 @@ TEST_F(Upload, a_document_is_stored_with_its_description)
     EXPECT_EQ(document->state, "waiting");
     EXPECT_EQ(document->queue, "demo");
     EXPECT_EQ(document->format, DocumentFormat::pdf);
-    std::ostringstream stored;
-    stored << std::ifstream(services->documents.fileOf(*document), std::ios::binary).rdbuf();
-    EXPECT_EQ(stored.str(), pdf);
+    EXPECT_EQ(fileBytes(services->documents.fileOf(*document)), pdf);
 }
 
 TEST_F(Upload, a_tunnel_document_is_released_at_once)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "backend/agent_run.h"
 
+#include "backend/file_descriptor.h"
 #include "tests/unit/backend/AgentTest.h"
 
 #include <fcntl.h>
@@ -13,6 +14,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/file_bytes.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,8 +37,7 @@ private:
 
 inline std::string contents(const std::filesystem::path &file)
 {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    return fileBytes(file);
 }
 
 inline void writeFile(const std::filesystem::path &file, const std::string &text, mode_t mode = 0600)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/platform/files.h"
 
+#include "tests/support/file_bytes.h"
 #include "vrp/platform/system.h"
 #include "vrp/platform/text.h"
 
@@ -64,11 +65,7 @@ protected:
         std::ofstream(onDisk(path), std::ios::binary) << content;
     }
 
-    static std::string read(const std::wstring &path)
-    {
-        std::ifstream file(onDisk(path), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+    static std::string read(const std::wstring &path) { return fileBytes(onDisk(path)); }
 
     static std::string patterned(std::size_t size)
     {

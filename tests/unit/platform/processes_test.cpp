@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/platform/processes.h"
 
+#include "tests/support/file_bytes.h"
 #include "vrp/platform/text.h"
 
 #include <QTemporaryDir>
@@ -32,13 +33,7 @@ protected:
 
     std::string at(const std::string &name) const { return m_folder.path().toStdString() + "/" + name; }
 
-    std::string read(const std::string &name) const
-    {
-        std::ifstream file(at(name));
-        std::ostringstream content;
-        content << file.rdbuf();
-        return content.str();
-    }
+    std::string read(const std::string &name) const { return fileBytes(at(name)); }
 
     /// True once the file holds something, within ten seconds.
     bool appears(const std::string &name) const

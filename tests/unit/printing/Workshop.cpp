@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/unit/printing/Workshop.h"
 
+#include "tests/support/file_bytes.h"
 #include "vrp/platform/text.h"
 
 #include <fstream>
@@ -40,8 +41,7 @@ void writeText(const fs::path &file, const std::string &text)
 
 std::string textOf(const fs::path &file)
 {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    return fileBytes(file);
 }
 
 unsigned permissionsOf(const fs::path &file)

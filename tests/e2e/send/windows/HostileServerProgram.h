@@ -3,6 +3,7 @@
 
 #include "tests/e2e/program/RunningProgram.h"
 #include "tests/e2e/send/SendTest.h"
+#include "tests/support/file_bytes.h"
 #include "tests/support/sanitizers.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
@@ -79,7 +80,7 @@ protected:
         const std::string last = "http://localhost/last";
         openPage(last);
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (contents(path("opened")).find(last) == std::string::npos &&
+        while (fileBytes(path("opened")).find(last) == std::string::npos &&
                std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }

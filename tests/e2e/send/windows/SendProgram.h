@@ -3,6 +3,7 @@
 
 #include "tests/e2e/program/RunningProgram.h"
 #include "tests/e2e/send/SendTest.h"
+#include "tests/support/file_bytes.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/stored_credentials.h"
 
@@ -54,7 +55,7 @@ protected:
         while (!std::filesystem::exists(path("opened")) && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
-        const std::string line = contents(path("opened"));
+        const std::string line = fileBytes(path("opened"));
         return line.substr(0, line.find('\n'));
     }
 
@@ -66,7 +67,7 @@ protected:
                                     path("chromium") + "' --dump-dom '" + address + "' >'" + path("page") +
                                     "' 2>'" + path("chromium.log") + "'";
         EXPECT_EQ(std::system(command.c_str()), 0) << "needs the package chromium\n"
-                                                   << contents(path("chromium.log"));
-        return contents(path("page"));
+                                                   << fileBytes(path("chromium.log"));
+        return fileBytes(path("page"));
     }
 };

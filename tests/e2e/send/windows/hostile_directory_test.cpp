@@ -3,6 +3,7 @@
 #include "tests/support/HttpPeer.h"
 #include "tests/support/TlsTerminator.h"
 #include "tests/support/WildServer.h"
+#include "tests/support/file_bytes.h"
 #include "wire/frame_reader.h"
 #include "wire/frames.h"
 #include "wire/limits.h"
@@ -117,7 +118,7 @@ protected:
         EXPECT_EQ(program.exitStatus(), 0) << program.output() << log();
         EXPECT_GE(peer.connections(), 1);
         EXPECT_LT(program.peakKiB(), mostKiB);
-        EXPECT_EQ(contents(document), "text\n");
+        EXPECT_EQ(fileBytes(document), "text\n");
         EXPECT_FALSE(std::filesystem::exists(path("planted")));
         expectWholeLog();
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/windows/HostileServerProgram.h"
 #include "tests/support/WildServer.h"
+#include "tests/support/file_bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -92,7 +93,7 @@ TEST_F(HostileServerProgram, sends_to_a_server_that_has_lost_its_mind_end)
         expectWholeLog();
     }
     EXPECT_GE(wild.connections(), 6);
-    EXPECT_EQ(contents(document), "text\n");
+    EXPECT_EQ(fileBytes(document), "text\n");
     EXPECT_THAT(opened(), testing::ElementsAre("xdg-open http://localhost/last"));
 }
 

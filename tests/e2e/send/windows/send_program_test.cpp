@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/windows/SendProgram.h"
+#include "tests/support/file_bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -9,7 +10,7 @@ using testing::HasSubstr;
 
 TEST_F(SendProgram, a_document_is_sent_with_typed_credentials_and_its_page_opens_in_the_browser)
 {
-    const std::string document = makeDocument(contents(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf"));
+    const std::string document = makeDocument(fileBytes(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf"));
     RunningProgram program =
         start({"-m", "send", "-p", "Queue", "-d", "Yearly report.pdf", "-f", document, "-k"});
     const std::string credentials = program.window("Varek print - identifier");

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/SingleSignOn.h"
 #include "tests/e2e/send/windows/SendProgram.h"
+#include "tests/support/file_bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -22,7 +23,7 @@ protected:
 
 TEST_F(SignedOnProgram, prints_without_asking_for_credentials_and_opens_the_portal)
 {
-    const std::string document = makeDocument(contents(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf"));
+    const std::string document = makeDocument(fileBytes(VAREK_SOURCE_DIR "/tests/data/documents/report.pdf"));
     RunningProgram program =
         start({"-m", "send", "-p", "Queue", "-d", "Yearly report.pdf", "-f", document, "-k"});
     program.press(program.window("Varek print - mode"), "Return");
