@@ -4,7 +4,7 @@
 #include "appserver/CommandRunner.h"
 #include "appserver/RequestAnswer.h"
 #include "appserver/ServerSession.h"
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 
 #include <functional>
 #include <memory>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/command_arguments.h"
 
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
 
 namespace vrc {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/compress.h"
 
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
 #include "vrc/file_access.h"
 #include "wire/limits.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "vrc/local_file.h"
+#include "vrc/LocalFile.h"
 
 namespace vrc {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/file_access.h"
 
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include "vrc/Request.h"
 #include "vrc/connection_string.h"
 #include "vrc/include/vrc.h"
-#include "vrc/request.h"
 
 #include <cstddef>
 #include <memory>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/local_command_table.h"
 
+#include "vrc/Failure.h"
 #include "vrc/command_arguments.h"
 #include "vrc/compress.h"
-#include "vrc/failure.h"
 #include "wire/limits.h"
 
 #include <algorithm>

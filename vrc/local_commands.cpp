@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/local_commands.h"
 
+#include "vrc/Failure.h"
 #include "vrc/command_arguments.h"
-#include "vrc/failure.h"
 #include "vrc/local_command_table.h"
 #include "wire/limits.h"
 

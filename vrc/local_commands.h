@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "vrc/local_objects.h"
+#include "vrc/LocalObjects.h"
 #include "wire/error_info.h"
 #include "wire/fields.h"
 

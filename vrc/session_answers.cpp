@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
+#include "vrc/Session.h"
 #include "vrc/file_access.h"
-#include "vrc/session.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/failure.h"
-#include "vrc/session.h"
+#include "vrc/Failure.h"
+#include "vrc/Session.h"
 
 #include <cstdint>
 #include <random>

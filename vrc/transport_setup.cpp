@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrc/transport_setup.h"
 
-#include "vrc/trust_store.h"
+#include "vrc/TrustStore.h"
 #include "wire/limits.h"
 
 namespace vrc {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "vrc/EasyHandle.h"
 #include "vrc/connection_string.h"
-#include "vrc/easy_handle.h"
 
 #include <chrono>
 #include <string>

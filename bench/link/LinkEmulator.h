@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "bench/link/link_direction.h"
+#include "bench/link/LinkDirection.h"
+#include "bench/link/PacketWatch.h"
+#include "bench/link/TunDevice.h"
 #include "bench/link/link_settings.h"
-#include "bench/link/packet_watch.h"
-#include "bench/link/tun_device.h"
 
 #include <poll.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fuzz/fuzz_entry.h"
-#include "vrc/answer_reader.h"
-#include "vrc/failure.h"
+#include "vrc/AnswerReader.h"
+#include "vrc/Failure.h"
 #include "wire/limits.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fuzz/fuzz_entry.h"
-#include "tests/unit/cipher/reference_blowfish.h"
+#include "tests/unit/cipher/ReferenceBlowfish.h"
 #include "vrp/encrypt.h"
 #include "vrp/md5.h"
 

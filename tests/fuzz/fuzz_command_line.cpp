@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fuzz/fuzz_entry.h"
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
 #include "vrc/local_commands.h"
 #include "wire/fields.h"
 

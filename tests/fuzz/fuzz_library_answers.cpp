@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tests/fuzz/fuzz_entry.h"
+#include "tests/support/FreshMain.h"
 #include "tests/support/ScriptedUser.h"
+#include "tests/support/SettingsFolder.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Transcript.h"
 #include "tests/support/file_bytes.h"
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 

@@ -4,7 +4,7 @@
 #include "appserver/default_configuration.h"
 #include "appserver/secrets.h"
 #include "tests/fuzz/fuzz_entry.h"
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 #include "wire/limits.h"
 
 #include <cstdlib>

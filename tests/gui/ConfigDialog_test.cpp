@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/ConfigDialog.h"
 
-#include "tests/gui/dialog_test.h"
+#include "tests/gui/DialogTest.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/encrypt.h"
 #include "vrp/settings/stored_credentials.h"

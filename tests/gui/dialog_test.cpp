@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/gui/dialog_test.h"
-
+#include "tests/gui/DialogTest.h"
 #include "vrp/ui/AskServiceDialog.h"
 #include "vrp/ui/AskUpdateDialog.h"
 #include "vrp/ui/ConfigDialog.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/gui/gui_test.h"
+#include "tests/gui/GuiTest.h"
 
 #include <QProcess>
 #include <QWindow>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/gui/dialog_test.h"
+#include "tests/gui/DialogTest.h"
 
 #include <QAccessible>
 

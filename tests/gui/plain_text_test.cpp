@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/gui/dialog_test.h"
+#include "tests/gui/DialogTest.h"
 #include "vrp/core/VrpMain.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/ui/AskServiceDialog.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/ui/progress.h"
 
-#include "tests/gui/gui_test.h"
+#include "tests/gui/GuiTest.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/ui/MessageWindow.h"
 #include "vrp/ui/credentials.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tests/support/loopback_socket.h"
+#include "tests/support/LoopbackSocket.h"
 
 #include <atomic>
 #include <functional>

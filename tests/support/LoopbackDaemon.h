@@ -2,7 +2,7 @@
 #pragma once
 
 #include "tests/support/ArgumentVector.h"
-#include "tests/support/loopback_socket.h"
+#include "tests/support/LoopbackSocket.h"
 
 #include <fcntl.h>
 #include <poll.h>

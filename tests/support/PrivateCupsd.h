@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tests/support/settings_folder.h"
+#include "tests/support/SettingsFolder.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/FreshMain.h"
 #include "tests/support/ScriptedLibrary.h"
 #include "tests/support/ScriptedUser.h"
+#include "tests/support/SettingsFolder.h"
 #include "tests/support/Transcript.h"
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 

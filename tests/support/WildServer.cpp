@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/WildServer.h"
 
+#include "wire/FrameReader.h"
 #include "wire/fields.h"
-#include "wire/frame_reader.h"
 #include "wire/frames.h"
 #include "wire/limits.h"
 

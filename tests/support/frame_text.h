@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 #include "wire/frames.h"
 #include "wire/limits.h"
 

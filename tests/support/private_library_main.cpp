@@ -2,7 +2,7 @@
 
 // main of tests that use the real client library in a folder of their own.
 
-#include "tests/support/private_library.h"
+#include "tests/support/PrivateLibrary.h"
 
 #include <gtest/gtest.h>
 

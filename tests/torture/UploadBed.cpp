@@ -3,11 +3,11 @@
 
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
-#include "tests/support/loopback_socket.h"
-#include "tests/support/private_library.h"
+#include "tests/support/LoopbackSocket.h"
+#include "tests/support/PrivateLibrary.h"
 #include "tests/support/sanitizers.h"
+#include "wire/FrameReader.h"
 #include "wire/error_info.h"
-#include "wire/frame_reader.h"
 #include "wire/frames.h"
 #include "wire/limits.h"
 

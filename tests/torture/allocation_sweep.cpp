@@ -4,7 +4,7 @@
 // behind it in the same call. The caller gets an error and nothing crashes or leaks.
 
 #include "tests/support/FaultRelay.h"
-#include "tests/support/private_library.h"
+#include "tests/support/PrivateLibrary.h"
 #include "tests/torture/SweepTable.h"
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/failing_new.h"

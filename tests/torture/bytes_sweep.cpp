@@ -5,7 +5,7 @@
 // whatever it says must be true.
 
 #include "tests/support/FaultRelay.h"
-#include "tests/support/private_library.h"
+#include "tests/support/PrivateLibrary.h"
 #include "tests/torture/SweepTable.h"
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/conversation_layout.h"

@@ -3,11 +3,11 @@
 // Every command of a complete send fails in turn, in every way that the send knows of. The client library is
 // a scripted one; what must come of it is worked out by SendModel.
 
+#include "tests/support/FreshMain.h"
 #include "tests/support/ScriptedLibrary.h"
 #include "tests/support/ScriptedUser.h"
+#include "tests/support/SettingsFolder.h"
 #include "tests/support/Transcript.h"
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
 #include "tests/torture/SendModel.h"
 #include "tests/torture/SweepTable.h"
 #include "vrp/platform/text.h"

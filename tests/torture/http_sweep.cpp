@@ -3,7 +3,7 @@
 // Something on the way answers in the server's place, at each request of an upload: once or from then on,
 // instead of the server or after the server has carried the commands out, or before the request was read.
 
-#include "tests/support/private_library.h"
+#include "tests/support/PrivateLibrary.h"
 #include "tests/torture/SweepTable.h"
 #include "tests/torture/UploadBed.h"
 #include "tests/torture/bad_answers.h"

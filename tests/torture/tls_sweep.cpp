@@ -4,8 +4,8 @@
 // TLS connection without its closing alert, at each request of an upload, is never taken for success.
 
 #include "tests/support/FaultRelay.h"
+#include "tests/support/PrivateLibrary.h"
 #include "tests/support/TlsTerminator.h"
-#include "tests/support/private_library.h"
 #include "tests/torture/Impostors.h"
 #include "tests/torture/SweepTable.h"
 #include "tests/torture/UploadBed.h"

@@ -3,7 +3,7 @@
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryRequest.h"
 #include "tests/support/TemporaryFolder.h"
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/Conversation.h"
+#include "tests/support/LoopbackSocket.h"
 #include "tests/support/ServerProcess.h"
-#include "tests/support/loopback_socket.h"
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 
 #include <gtest/gtest.h>
 

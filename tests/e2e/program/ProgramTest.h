@@ -2,8 +2,8 @@
 #pragma once
 
 #include "tests/e2e/program/RunningProgram.h"
+#include "tests/support/SettingsFolder.h"
 #include "tests/support/file_bytes.h"
-#include "tests/support/settings_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

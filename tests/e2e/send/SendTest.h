@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/FreshMain.h"
 #include "tests/support/ScriptedUser.h"
 #include "tests/support/ServerProcess.h"
+#include "tests/support/SettingsFolder.h"
 #include "tests/support/Transcript.h"
 #include "tests/support/file_bytes.h"
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
 
 #include <QTemporaryDir>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/FrameClient.h"
-#include "tests/support/loopback_socket.h"
+#include "tests/support/LoopbackSocket.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "tests/support/fresh_main.h"
-#include "tests/support/prepared_answers.h"
-#include "tests/support/settings_folder.h"
+#include "tests/support/FreshMain.h"
+#include "tests/support/PreparedAnswers.h"
+#include "tests/support/SettingsFolder.h"
 
 #include <QAbstractButton>
 #include <QMessageBox>

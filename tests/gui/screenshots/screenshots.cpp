@@ -4,8 +4,8 @@
 // A configuration file is one of packaging/config; its language is in its name. POINTS is the size of the
 // font, 9 without it. The scale is that of QT_SCALE_FACTOR.
 
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
+#include "tests/support/FreshMain.h"
+#include "tests/support/SettingsFolder.h"
 #include "vrp/core/GuiApplication.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"

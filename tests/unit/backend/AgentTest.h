@@ -3,7 +3,7 @@
 
 #include "backend/agent_run.h"
 #include "backend/job_ticket.h"
-#include "tests/unit/backend/scratch_folder.h"
+#include "tests/unit/backend/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

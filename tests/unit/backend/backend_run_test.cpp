@@ -4,7 +4,7 @@
 #include "backend/cancel_signal.h"
 #include "backend/job_ticket.h"
 #include "backend/spool_names.h"
-#include "tests/unit/backend/scratch_folder.h"
+#include "tests/unit/backend/ScratchFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

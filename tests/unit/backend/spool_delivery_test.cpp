@@ -2,7 +2,7 @@
 #include "backend/spool_delivery.h"
 
 #include "backend/backend_failure.h"
-#include "tests/unit/backend/scratch_folder.h"
+#include "tests/unit/backend/ScratchFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "backend/waiting_jobs.h"
-#include "tests/unit/backend/scratch_folder.h"
+#include "tests/unit/backend/ScratchFolder.h"
 
 #include <dirent.h>
 #include <dlfcn.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/unit/cipher/reference_blowfish.h"
+#include "tests/unit/cipher/ReferenceBlowfish.h"
 #include "vrp/encrypt.h"
 
 #include <gtest/gtest.h>

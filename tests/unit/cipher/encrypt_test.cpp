@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/encrypt.h"
 
-#include "tests/unit/cipher/reference_blowfish.h"
+#include "tests/unit/cipher/ReferenceBlowfish.h"
 #include "vrp/platform/text.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/md5.h"
 
-#include "tests/unit/cipher/reference_blowfish.h"
+#include "tests/unit/cipher/ReferenceBlowfish.h"
 
 #include <QTemporaryDir>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpMain.h"
 
-#include "tests/support/fresh_main.h"
+#include "tests/support/FreshMain.h"
 
 #include <gtest/gtest.h>
 

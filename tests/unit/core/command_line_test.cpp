@@ -2,8 +2,8 @@
 #include "vrp/core/command_line.h"
 
 #include "tests/support/ArgumentVector.h"
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
+#include "tests/support/FreshMain.h"
+#include "tests/support/SettingsFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
+#include "tests/support/FreshMain.h"
+#include "tests/support/SettingsFolder.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"
 

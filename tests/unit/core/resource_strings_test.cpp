@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/resource_strings.h"
 
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
+#include "tests/support/FreshMain.h"
+#include "tests/support/SettingsFolder.h"
 #include "vrp/core/resource_table.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"

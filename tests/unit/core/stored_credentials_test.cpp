@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/settings/stored_credentials.h"
 
-#include "tests/support/fresh_main.h"
-#include "tests/support/settings_folder.h"
+#include "tests/support/FreshMain.h"
+#include "tests/support/SettingsFolder.h"
 #include "vrp/encrypt.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"

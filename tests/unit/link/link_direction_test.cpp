@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "bench/link/link_direction.h"
+#include "bench/link/LinkDirection.h"
 
 #include <gtest/gtest.h>
 

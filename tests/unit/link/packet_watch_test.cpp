@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "bench/link/packet_watch.h"
+#include "bench/link/PacketWatch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/server/portal_address.h"
 
-#include "tests/support/settings_folder.h"
+#include "tests/support/SettingsFolder.h"
 #include "vrp/md5.h"
 #include "vrp/platform/text.h"
 

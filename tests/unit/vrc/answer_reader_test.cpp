@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/answer_reader.h"
-
-#include "vrc/failure.h"
+#include "vrc/AnswerReader.h"
+#include "vrc/Failure.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/TemporaryFolder.h"
+#include "vrc/Request.h"
 #include "vrc/connection_string.h"
-#include "vrc/request.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

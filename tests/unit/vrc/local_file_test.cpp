@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/local_file.h"
-
 #include "tests/support/TemporaryFolder.h"
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
+#include "vrc/LocalFile.h"
+#include "vrc/Timeouts.h"
 #include "vrc/file_access.h"
-#include "vrc/timeouts.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

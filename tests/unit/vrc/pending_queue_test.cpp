@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/pending_queue.h"
+#include "vrc/PendingQueue.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/socket_log.h"
-
 #include "tests/support/TemporaryFolder.h"
+#include "vrc/SocketLog.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/stall_watch.h"
+#include "vrc/StallWatch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "vrc/trust_store.h"
-
 #include "tests/support/TemporaryFolder.h"
-#include "vrc/failure.h"
+#include "vrc/Failure.h"
+#include "vrc/TrustStore.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 #include "wire/limits.h"
 
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 #include "tests/support/TlsTerminator.h"
 #include "tests/support/WildServer.h"
 #include "tests/support/file_bytes.h"
-#include "wire/frame_reader.h"
+#include "wire/FrameReader.h"
 #include "wire/frames.h"
 #include "wire/limits.h"
 
