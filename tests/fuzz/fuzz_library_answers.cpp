@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>

@@ -20,7 +20,6 @@
 #include <QUrl>
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
 #include <string>
 

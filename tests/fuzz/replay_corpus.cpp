@@ -3,9 +3,7 @@
 #include "tests/support/file_bytes.h"
 
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <string>
 
 /// Runs the entry over every file of the folder that is named on the command line. An empty corpus is a

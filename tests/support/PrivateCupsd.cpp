@@ -9,7 +9,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -34,8 +33,7 @@ std::string outputOf(const std::string &command)
     return process.readAll().toStdString();
 }
 
-PrivateCupsd::PrivateCupsd(const std::string &backend)
-    : m_server("CUPS_SERVER", QByteArray::fromStdString(at("cups.sock")))
+PrivateCupsd::PrivateCupsd(const std::string &backend) : m_server("CUPS_SERVER", at("cups.sock"))
 {
     writeConfiguration(backend);
     m_cupsd.setProcessChannelMode(QProcess::ForwardedChannels);

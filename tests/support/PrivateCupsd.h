@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SettingsFolder.h"
 
 #include <QProcess>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/ScopedVariable.h"
 #include "vrp/settings/store_access.h"
 
 #include <QByteArray>
@@ -15,27 +16,6 @@
 
 #include <memory>
 #include <string>
-
-/// Sets an environment variable for as long as it lives.
-class ScopedVariable
-{
-public:
-    ScopedVariable(const char *name, const QByteArray &value)
-        : m_name(name), m_wasSet(qEnvironmentVariableIsSet(name)), m_previous(qgetenv(name))
-    {
-        qputenv(name, value);
-    }
-
-    ~ScopedVariable() { m_wasSet ? qputenv(m_name, m_previous) : qunsetenv(m_name); }
-
-    ScopedVariable(const ScopedVariable &) = delete;
-    ScopedVariable &operator=(const ScopedVariable &) = delete;
-
-private:
-    const char *m_name;
-    bool m_wasSet;
-    QByteArray m_previous;
-};
 
 /// A temporary folder that holds both scopes of the settings stores for as long as it lives. Child processes
 /// inherit it.
@@ -87,6 +67,6 @@ public:
 
 private:
     QTemporaryDir m_folder;
-    ScopedVariable m_configHome{"XDG_CONFIG_HOME", folder(true).toLocal8Bit()};
-    ScopedVariable m_configDirs{"XDG_CONFIG_DIRS", folder(false).toLocal8Bit()};
+    ScopedVariable m_configHome{"XDG_CONFIG_HOME", folder(true).toStdString()};
+    ScopedVariable m_configDirs{"XDG_CONFIG_DIRS", folder(false).toStdString()};
 };

@@ -4,6 +4,7 @@
 // a scripted one; what must come of it is worked out by SendModel.
 
 #include "tests/support/FreshMain.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/ScriptedLibrary.h"
 #include "tests/support/ScriptedUser.h"
 #include "tests/support/SettingsFolder.h"
@@ -191,7 +192,7 @@ private:
 
     int run(const SendSetup &setup) const
     {
-        const ScopedVariable temporaryFolder{"TMPDIR", m_folder.path().toLocal8Bit()};
+        const ScopedVariable temporaryFolder{"TMPDIR", m_folder.path().toStdString()};
         VrpMain &main = *VrpsGetMain();
         main.silent = setup.silent;
         main.testMode = setup.testMode;

@@ -14,7 +14,6 @@
 #include <chrono>
 #include <fstream>
 #include <random>
-#include <sstream>
 #include <thread>
 
 using ::testing::HasSubstr;

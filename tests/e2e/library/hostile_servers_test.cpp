@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/sanitizers.h"
 #include "wire/frames.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 
 namespace {
 
@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(Table, HostileServers, testing::ValuesIn(hostileServers
 
 TEST(SilentServer, is_a_network_error_after_the_time_out)
 {
-    ::setenv("VRC_STALL_TIMEOUT_MS", "300", 1);
+    const ScopedVariable timeout("VRC_STALL_TIMEOUT_MS", "300");
     std::atomic<bool> isOver = false;
     {
         const HttpPeer peer([&](PeerRequest &request, LoopbackSocket &) {
@@ -134,7 +134,6 @@ TEST(SilentServer, is_a_network_error_after_the_time_out)
         EXPECT_EQ(request.error(), "LOCAL/REQUEST/104") << request.description();
         isOver = true;
     }
-    ::unsetenv("VRC_STALL_TIMEOUT_MS");
 }
 
 TEST(MissingServer, cannot_be_connected)

@@ -2,11 +2,10 @@
 #include "tests/support/FaultRelay.h"
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SharedServerTest.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace {
 
@@ -16,17 +15,8 @@ class UploadFaults : public SharedServerTest
 protected:
     static void SetUpTestSuite()
     {
-        ::setenv("VRC_STALL_TIMEOUT_MS", "3000", 1);
-        ::setenv("VRC_ANSWER_TIMEOUT_MS", "3000", 1);
         SharedServerTest::SetUpTestSuite();
         s_stored = 0;
-    }
-
-    static void TearDownTestSuite()
-    {
-        SharedServerTest::TearDownTestSuite();
-        ::unsetenv("VRC_STALL_TIMEOUT_MS");
-        ::unsetenv("VRC_ANSWER_TIMEOUT_MS");
     }
 
     struct Traffic
@@ -78,15 +68,15 @@ protected:
         }
     }
 
-    static std::size_t s_stored; ///< documents on the server
+    static inline std::size_t s_stored; ///< documents on the server
+    ScopedVariable m_stallTimeout{"VRC_STALL_TIMEOUT_MS", "3000"};
+    ScopedVariable m_answerTimeout{"VRC_ANSWER_TIMEOUT_MS", "3000"};
     TemporaryFolder m_folder;
     std::uint32_t m_seed = 0;
     bool m_isDone = false;
     std::string m_error;
     std::size_t m_connections = 0;
 };
-
-std::size_t UploadFaults::s_stored = 0;
 
 } // namespace
 

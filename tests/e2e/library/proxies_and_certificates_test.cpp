@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/support/SquidProxy.h"
 
@@ -124,10 +125,9 @@ INSTANTIATE_TEST_SUITE_P(Squid, Proxies, testing::Bool(),
 TEST(ProxyEnvironment, has_no_say)
 {
     ServerProcess server;
-    ::setenv("http_proxy", "http://127.0.0.1:1", 1);
+    const ScopedVariable proxy("http_proxy", "http://127.0.0.1:1");
     LibraryRequest request(plainConnection(server.plainPort()));
     EXPECT_TRUE(request.command("VR_CMD=|MISC:NOP| " + server.login())) << request.description();
-    ::unsetenv("http_proxy");
 }
 
 TEST(TlsUpload, prints_a_document)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/LibraryUpload.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/WildServer.h"
 #include "tests/support/sanitizers.h"
 #include "wire/error_info.h"
@@ -7,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 
@@ -54,18 +54,8 @@ std::set<std::string> libraryErrors()
 class WildServers : public testing::Test
 {
 protected:
-    WildServers()
-    {
-        ::setenv("VRC_STALL_TIMEOUT_MS", "2000", 1);
-        ::setenv("VRC_ANSWER_TIMEOUT_MS", "2000", 1);
-    }
-
-    ~WildServers() override
-    {
-        ::unsetenv("VRC_STALL_TIMEOUT_MS");
-        ::unsetenv("VRC_ANSWER_TIMEOUT_MS");
-    }
-
+    ScopedVariable stallTimeout{"VRC_STALL_TIMEOUT_MS", "2000"};
+    ScopedVariable answerTimeout{"VRC_ANSWER_TIMEOUT_MS", "2000"};
     TemporaryFolder folder;
     const std::string document = folder.write("document", incompressibleText(100'000));
 };

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/FreshMain.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SettingsFolder.h"
 #include "vrp/platform/text.h"
 #include "vrp/settings/settings_store.h"

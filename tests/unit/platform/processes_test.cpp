@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/platform/processes.h"
 
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/file_bytes.h"
 #include "vrp/platform/text.h"
 
@@ -16,7 +17,6 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -182,10 +182,9 @@ TEST_F(Processes, the_cut_of_a_command_does_not_spare_a_character)
 
 TEST_F(Processes, the_child_inherits_the_environment)
 {
-    setenv("VAREK_TEST_VALUE", "a b", 1);
+    const ScopedVariable value("VAREK_TEST_VALUE", "a b");
     EXPECT_EQ(run("test \"$VAREK_TEST_VALUE\" = 'a b'"), 0);
     EXPECT_EQ(m_exitCode, 0);
-    unsetenv("VAREK_TEST_VALUE");
 }
 
 TEST_F(Processes, the_child_gets_the_standard_descriptors_alone)

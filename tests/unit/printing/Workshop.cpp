@@ -5,7 +5,6 @@
 #include "vrp/platform/text.h"
 
 #include <fstream>
-#include <iterator>
 
 namespace fs = std::filesystem;
 
@@ -50,8 +49,7 @@ unsigned permissionsOf(const fs::path &file)
 }
 
 Workshop::Workshop()
-    : m_folder(m_temporary.path().toStdString()),
-      m_path("PATH", QByteArray::fromStdString(m_folder + "/bin:/usr/bin:/bin"))
+    : m_folder(m_temporary.path().toStdString()), m_path("PATH", m_folder + "/bin:/usr/bin:/bin")
 {
     for (const char *folder : {"bin", "prog", "target"}) {
         fs::create_directory(m_folder + "/" + folder);

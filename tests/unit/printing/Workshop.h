@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tests/support/FreshMain.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SettingsFolder.h"
 #include "tests/unit/printing/PrivateMachine.h"
 #include "tests/unit/printing/RecordedBoxes.h"

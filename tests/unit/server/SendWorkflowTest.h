@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/ServerTest.h"
 #include "tests/support/UploadScript.h"
 
@@ -13,7 +14,7 @@
 /// Runs of the workflow from the command line on, against a directory, an upload server and a portal.
 class SendWorkflowTest : public ServerTest
 {
-    ScopedVariable temporaryFolder{"TMPDIR", folder.path().toLocal8Bit()};
+    ScopedVariable temporaryFolder{"TMPDIR", folder.path().toStdString()};
 
 protected:
     SendWorkflowTest()

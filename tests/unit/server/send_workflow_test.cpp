@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/ScopedVariable.h"
 #include "tests/unit/server/SendWorkflowTest.h"
 #include "vrp/platform/files.h"
 

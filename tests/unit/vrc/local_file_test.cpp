@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TemporaryFolder.h"
 #include "vrc/Failure.h"
 #include "vrc/LocalFile.h"
@@ -22,36 +23,6 @@ wire::ErrorInfo failureOf(Call call)
     ADD_FAILURE() << "no failure";
     return {};
 }
-
-/// An environment variable with a value of its own while this lives.
-class Variable
-{
-public:
-    Variable(const char *name, const std::string &value) : m_name(name)
-    {
-        const char *before = std::getenv(name);
-        m_before = before == nullptr ? "" : before;
-        m_wasSet = before != nullptr;
-        ::setenv(name, value.c_str(), 1);
-    }
-
-    Variable(const Variable &) = delete;
-    Variable &operator=(const Variable &) = delete;
-
-    ~Variable()
-    {
-        if (m_wasSet) {
-            ::setenv(m_name, m_before.c_str(), 1);
-        } else {
-            ::unsetenv(m_name);
-        }
-    }
-
-private:
-    const char *m_name;
-    std::string m_before;
-    bool m_wasSet = false;
-};
 
 class LocalFiles : public testing::Test
 {
@@ -151,16 +122,16 @@ TEST_F(LocalFiles, a_place_that_cannot_be_written_is_an_error)
 TEST_F(LocalFiles, temporary_files_are_private_and_stand_where_the_system_wants_them)
 {
     {
-        const Variable folder("TMPDIR", m_folder.path().string());
+        const ScopedVariable folder("TMPDIR", m_folder.path().string());
         const std::string path = vrc::createTemporaryFile();
         EXPECT_EQ(std::filesystem::path(path).parent_path(), m_folder.path());
         struct stat status = {};
         ASSERT_EQ(::stat(path.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777U, 0600U);
     }
-    const Variable folder("TMPDIR", m_folder.file("missing"));
+    const ScopedVariable folder("TMPDIR", m_folder.file("missing"));
     EXPECT_EQ(failureOf([] { static_cast<void>(vrc::createTemporaryFile()); }).code, 126);
-    const Variable empty("TMPDIR", "");
+    const ScopedVariable empty("TMPDIR", "");
     const std::string path = vrc::createTemporaryFile();
     EXPECT_TRUE(path.starts_with("/tmp/vrc-")) << path;
     std::filesystem::remove(path);
@@ -170,10 +141,10 @@ TEST(TimeOuts, can_be_shortened_but_neither_lengthened_nor_switched_off)
 {
     const vrc::Timeouts usual = vrc::timeouts();
     for (const char *text : {"0", "-5", "soon", "", "999999999"}) {
-        const Variable stall("VRC_STALL_TIMEOUT_MS", text);
+        const ScopedVariable stall("VRC_STALL_TIMEOUT_MS", text);
         EXPECT_EQ(vrc::timeouts().stall, usual.stall) << text;
     }
-    const Variable stall("VRC_STALL_TIMEOUT_MS", "300");
+    const ScopedVariable stall("VRC_STALL_TIMEOUT_MS", "300");
     EXPECT_EQ(vrc::timeouts().stall, std::chrono::milliseconds(300));
     EXPECT_EQ(vrc::timeouts().answer, usual.answer);
 }

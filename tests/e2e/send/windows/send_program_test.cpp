@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/send/windows/SendProgram.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/file_bytes.h"
 
 #include <gmock/gmock.h>
@@ -58,7 +59,7 @@ TEST_F(SendProgram, test_mode_sends_a_document_of_its_own_and_stores_nothing)
 {
     offerModes("ASYNC");
     storeCredentials(server.password());
-    const ScopedVariable temporaryFolder("TMPDIR", folder.path().toLocal8Bit());
+    const ScopedVariable temporaryFolder("TMPDIR", folder.path().toStdString());
     RunningProgram program = start({"-m", "test", "-p", "Queue"});
     EXPECT_EQ(program.exitStatus(), 0) << program.output();
     EXPECT_THAT(log(), HasSubstr("File has been sent to the upload server\r\n"));

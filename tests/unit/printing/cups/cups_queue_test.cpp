@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/FreshMain.h"
 #include "tests/support/PrivateCupsd.h"
+#include "tests/support/ScopedVariable.h"
 #include "vrp/platform/printer_queue.h"
 #include "vrp/platform/printers.h"
 #include "vrp/platform/text.h"
