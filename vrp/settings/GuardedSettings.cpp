@@ -64,12 +64,27 @@ GuardedSettings::GuardedSettings(Scope scope, const QString &organisation, const
       m_kept(m_file + ".kept"), m_lock(m_file + ".writing")
 {
     useUtf8(*this); // before anything is read
+    setFallbacksEnabled(false);
     if (m_lock.isHeld()) {
+        keepFile();
+        readWhole();
+    }
+}
+
+void GuardedSettings::keepFile()
+{
+    ::unlink(m_kept.constData());
+    m_isKept = ::link(m_file.constData(), m_kept.constData()) == 0;
+}
+
+void GuardedSettings::readWhole()
+{
+    int attempts = 3; // a disk that failed once may read the next time
+    do {
         outdateMemory(m_file.constData());
         sync();
-        ::unlink(m_kept.constData());
-        m_isKept = ::link(m_file.constData(), m_kept.constData()) == 0;
-    }
+        m_isReadWhole = !m_isKept || isReadAs(*this, QString::fromLocal8Bit(m_kept));
+    } while (!m_isReadWhole && --attempts > 0);
 }
 
 GuardedSettings::~GuardedSettings()

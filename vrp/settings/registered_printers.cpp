@@ -55,7 +55,7 @@ StoreNames registeredNames(const std::wstring &printer)
 bool registerPrinter(const std::wstring &printer, const StoreNames &names)
 {
     const auto store = openBootstrapStore(StoreAccess::write);
-    if (!store->isWritable()) {
+    if (!store || !store->isWritable()) {
         return false;
     }
     setName(*store, printer, company, names.company);
@@ -66,7 +66,7 @@ bool registerPrinter(const std::wstring &printer, const StoreNames &names)
 std::optional<StoreNames> unregisterPrinter(const std::wstring &printer)
 {
     const auto store = openBootstrapStore(StoreAccess::write);
-    if (!store->isWritable()) {
+    if (!store || !store->isWritable()) {
         return std::nullopt;
     }
     const StoreNames names = namesIn(*store, printer);

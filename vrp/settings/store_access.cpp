@@ -16,17 +16,30 @@
 
 namespace {
 
+/// Null when the store's file cannot be read.
+std::unique_ptr<QSettings> openGuarded(QSettings::Scope scope, const QString &organisation,
+                                       const QString &application)
+{
+    auto settings = std::make_unique<GuardedSettings>(scope, organisation, application);
+#ifndef Q_OS_MACOS
+    if (!settings->isReadWhole()) {
+        return nullptr;
+    }
+#endif
+    return settings;
+}
+
+/// Opened for reading it is never null.
 std::unique_ptr<QSettings> openNative(QSettings::Scope scope, const QString &organisation,
                                       const QString &application, StoreAccess access)
 {
-    std::unique_ptr<QSettings> settings;
-    if (access == StoreAccess::write) {
-        settings = std::make_unique<GuardedSettings>(scope, organisation, application);
-    } else {
-        settings = std::make_unique<QSettings>(QSettings::NativeFormat, scope, organisation, application);
+    auto settings = access == StoreAccess::write ? openGuarded(scope, organisation, application)
+                                                 : std::make_unique<QSettings>(QSettings::NativeFormat, scope,
+                                                                               organisation, application);
+    if (settings) {
+        settings->setFallbacksEnabled(false);
+        useUtf8(*settings);
     }
-    settings->setFallbacksEnabled(false);
-    useUtf8(*settings);
     return settings;
 }
 

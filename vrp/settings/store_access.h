@@ -21,7 +21,7 @@ void useMachineWideStoreFolder();
 
 /// What a store is opened for. A per-user file is created readable by its owner alone, as it holds passwords.
 /// One that is opened for writing is written whole or left as it was: on a full disk the toolkit may put a
-/// file that is cut short into its place.
+/// file that is cut short into its place. It is null when its file cannot be read: nothing may be set in it.
 enum class StoreAccess
 {
     read,

@@ -19,13 +19,26 @@ bool isEntry(const QByteArray &line)
 qsizetype countEntries(QFile &file)
 {
     qsizetype entries = 0;
-    while (!file.atEnd()) {
-        entries += isEntry(file.readLine()) ? 1 : 0;
+    // A file that cannot be read has no end either.
+    for (QByteArray line = file.readLine(); !line.isEmpty(); line = file.readLine()) {
+        entries += isEntry(line) ? 1 : 0;
     }
     return entries;
 }
 
+bool isReadable(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.readAll().size() == file.size();
+}
+
 } // namespace
+
+bool isReadAs(const QSettings &store, const QString &secondName)
+{
+    return isReadable(secondName) &&
+           QSettings(secondName, QSettings::IniFormat).allKeys().size() == store.allKeys().size();
+}
 
 bool isOnDisk(QSettings &store)
 {
