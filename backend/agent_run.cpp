@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "backend/agent_run.h"
 
+#include "backend/FolderWatch.h"
+#include "backend/WaitingJobs.h"
 #include "backend/cancel_signal.h"
-#include "backend/folder_watch.h"
 #include "backend/spool_names.h"
-#include "backend/waiting_jobs.h"
 
 #include <unistd.h>
 

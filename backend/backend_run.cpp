@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "backend/backend_run.h"
 
+#include "backend/SpoolDelivery.h"
 #include "backend/cups_job.h"
-#include "backend/spool_delivery.h"
 #include "backend/spool_folder.h"
 #include "backend/spool_names.h"
 #include "backend/value_cleaning.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "backend/waiting_jobs.h"
+#include "backend/WaitingJobs.h"
 
 #include <functional>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "backend/display.h"
 
-#include "backend/file_descriptor.h"
+#include "backend/FileDescriptor.h"
 #include "backend/whole_number.h"
 
 #include <netdb.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "backend/FileDescriptor.h"
 #include "backend/account.h"
-#include "backend/file_descriptor.h"
 
 #include <string>
 

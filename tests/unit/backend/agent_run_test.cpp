@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "backend/agent_run.h"
 
-#include "backend/file_descriptor.h"
+#include "backend/FileDescriptor.h"
 #include "tests/unit/backend/AgentTest.h"
 
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "backend/FileDescriptor.h"
 #include "backend/cancel_signal.h"
-#include "backend/file_descriptor.h"
 #include "backend/spool_names.h"
 #include "tests/unit/backend/AgentTest.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "backend/waiting_jobs.h"
+#include "backend/WaitingJobs.h"
 #include "tests/unit/backend/ScratchFolder.h"
 
 #include <dirent.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "backend/FileDescriptor.h"
 #include "backend/display.h"
-#include "backend/file_descriptor.h"
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "backend/folder_watch.h"
+#include "backend/FolderWatch.h"
 
 #include "backend/cancel_signal.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "backend/waiting_jobs.h"
+#include "backend/WaitingJobs.h"
 
 #include "backend/cancel_signal.h"
 #include "backend/descriptor_io.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "backend/spool_delivery.h"
+#include "backend/SpoolDelivery.h"
 
 #include "backend/backend_failure.h"
 #include "backend/descriptor_io.h"

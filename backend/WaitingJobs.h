@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "backend/file_descriptor.h"
+#include "backend/FileDescriptor.h"
 #include "backend/job_ticket.h"
 
 #include <ctime>
