@@ -12,6 +12,9 @@
 
 #include <cerrno>
 #include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace {
 
