@@ -3,6 +3,7 @@
 
 #include "tests/support/ArgumentVector.h"
 #include "tests/support/file_bytes.h"
+#include "tests/support/wait_for.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,24 +19,11 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 namespace {
 
 const char *const program = VAREK_BUILD_DIR "/bin/vrserver";
-
-template <typename Condition>
-void waitFor(const std::string &what, Condition condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("waited in vain for " + what);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-}
 
 /// In a child process.
 void redirect(int fd, const std::string &path, int flags)

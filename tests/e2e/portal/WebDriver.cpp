@@ -2,6 +2,7 @@
 #include "tests/e2e/portal/WebDriver.h"
 
 #include "tests/support/file_bytes.h"
+#include "tests/support/wait_for.h"
 
 #include <fcntl.h>
 #include <sodium.h>
@@ -13,7 +14,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
 
 using nlohmann::json;
 
@@ -21,18 +21,6 @@ namespace {
 
 constexpr const char *elementKey = "element-6066-11e4-a52e-4f735466cecf";
 constexpr const char *driverProgram = "/usr/bin/chromedriver";
-
-template <typename Condition>
-void waitFor(const std::string &what, Condition condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("waited in vain for " + what);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-}
 
 json capabilities(const WebDriver::Settings &settings, const std::filesystem::path &profile)
 {
