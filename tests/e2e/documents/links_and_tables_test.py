@@ -10,12 +10,18 @@ from documents import ROOT, anchors, links, names, text_of
 
 MESSAGE_SECTIONS = ("Errors", "SetupErrors", "Messages")
 QUESTIONS = {("Setup", key) for key in ("IntroInstall", "InstallOk", "IntroUninstall", "UninstallOk")}
+QUESTIONS.add(("DlgUpdate", "MessageText"))
+
+
+def sources(pattern):
+    """What the files say that the pattern fits, together."""
+    return "".join(text_of(path) for path in glob.glob(os.path.join(ROOT, pattern), recursive=True))
 
 
 def messages():
     """What the program can be made to say, of the table of texts: section, key, default text and whether any code uses it."""
     table = re.findall(r'wchar_t (\w+)\[\] = L"([^;"]*);([^;"]*);([^"]*)"', text_of("vrp/core/resource_table.h"))
-    code = "".join(text_of(path) for path in glob.glob(os.path.join(ROOT, "vrp/**/*.cpp"), recursive=True))
+    code = sources("vrp/**/*.cpp")
     return [(section, key, text, re.search(r"resource::%s\b" % constant, code) is not None)
             for constant, section, key, text in table
             if section in MESSAGE_SECTIONS or (section, key) in QUESTIONS]
@@ -28,21 +34,59 @@ def never_shown(page):
             for key in re.findall(r"`(\w+)`", keys)}
 
 
+def in_page(text):
+    """A default text as it stands in a table."""
+    return text.replace("%d", "N").replace("\\n", " ").rstrip()
+
+
+def message_rows(page):
+    """The first column of the tables that explain texts of the table of texts."""
+    part = page[page.index("\nOf a print:\n"):page.index("\nThese texts are never shown.")]
+    return [row for row in re.findall(r"^\| (.*?) \|", part, re.M) if row != "Message"]
+
+
+def version_box():
+    """What the run mode "version" shows, the one text of a box that no installation replaces."""
+    code = text_of("vrp/core/run_modes.cpp")
+    return (re.search(r'L"(Virtual printer [^"]*)"', code).group(1) +
+            re.search(r'internalVersion\[\] = L"([^"]*)"', code).group(1))
+
+
 def warnings_on_standard_error():
-    """The program's lines for standard error, each cut off where a value is filled in."""
-    said = []
-    for path in glob.glob(os.path.join(ROOT, "vrp/**/*.cpp"), recursive=True):
-        said += re.findall(r'"(vrp: [^%"\\]*)', text_of(path))
-    return said
+    """The lines of the program and of the package's scripts for standard error, each up to where a value is filled in."""
+    scripts = sources("packaging/debian/p*inst") + sources("packaging/debian/prerm")
+    return (re.findall(r'"(vrp: [^%"\\]*)', sources("vrp/**/*.cpp")) +
+            [text.replace('\\"$queue\\"', '"..."') for text in re.findall(r'echo "(varek-print: the (?:[^"\\]|\\.)*)"', scripts)])
 
 
 def spool_messages():
     """What the backend shows in the queue window and the agent tells the user, up to where a value is filled in."""
-    failures = "".join(text_of(path) for path in glob.glob(os.path.join(ROOT, "backend/*.cpp")))
+    failures = sources("backend/*.cpp")
     said = re.findall(r'BackendFailure\(ExitCode::\w+,\s*"([^"]*)"', failures)
     said += re.findall(r'systemFailure\("([^"]*)"', failures)
-    for name in ("backend/recipient.cpp", "backend/claimed_job.cpp"):
-        said += [text for text in re.findall(r'"([^"\n]*)"', text_of(name)) if text.count(" ") > 2]
+    for name in ("recipient", "claimed_job", "job_mapping", "agent_run"):
+        said += [text for text in re.findall(r'"([^"\n]*)"', text_of("backend/%s.cpp" % name)) if text.count(" ") > 2]
+    return {text.strip() for text in said}
+
+
+def server_messages():
+    """What the server says on standard error, in pieces between the values that are filled in. Settings and words of the
+    command line that are wrong are named with the reason, and have no row of their own."""
+    speakers = ("runtime_error", "invalid_argument", "throwSystemError", "logLine", "logFailure", "writeLine",
+                "requireOpenSsl", "report", "m_reason =")
+    calls = re.findall(r"\b(?:%s)[ (]([^;]*);" % "|".join(speakers), sources("appserver/*.cpp"))
+    said = {text.removeprefix("vrserver: ").removesuffix("\\n").strip()
+            for call in calls for text in re.findall(r'"([^"\n]*)"', call)}
+    return {text for text in said if " " in text or text.endswith(":") and len(text) > 1}
+
+
+def page_messages():
+    """What the portal says when something is not as it should be, up to where a value is filled in."""
+    said = re.findall(r'messagePage\([^"]*"([^"]*)"', sources("appserver/portal_service.cpp"))
+    said += re.findall(r'"([A-Z][^"]*\.)"', text_of("appserver/portal_documents.cpp"))
+    said += re.findall(r'"([A-Z]\w+: [^"]*|Please [^"]*)"', text_of("appserver/finishing.cpp"))
+    said += re.findall(r'class=."none.">([^<]*)<', text_of("appserver/portal_documents_pages.cpp"))
+    said += re.findall(r'id=."done.">([^<]*)<', text_of("appserver/portal_pages.cpp"))
     return {text.strip() for text in said}
 
 
@@ -79,13 +123,19 @@ class Documents(unittest.TestCase):
 
     def test_every_message_is_explained_or_said_to_be_never_shown(self):
         page = text_of("docs/administration.md")
-        shown = [text.replace("%d", "N").rstrip() for _, _, text, used in messages() if used]
+        shown = [in_page(text) for _, _, text, used in messages() if used]
         self.assertGreater(len(shown), 25)
         self.assertEqual([text for text in shown if "\n| %s |" % text not in page], [])
         self.assertEqual(never_shown(page), {(section, key) for section, key, _, used in messages() if not used})
 
+    def test_every_message_that_is_explained_is_one_of_the_program(self):
+        texts = {in_page(text) for _, _, text, used in messages() if used}
+        rows = set(message_rows(text_of("docs/administration.md")))
+        self.assertGreater(len(rows), 25)
+        self.assertEqual(rows - texts, {version_box()})
+
     def test_every_line_on_standard_error_is_explained(self):
-        self.assertGreater(len(warnings_on_standard_error()), 1)
+        self.assertGreater(len(warnings_on_standard_error()), 3)
         page = text_of("docs/administration.md")
         self.assertEqual([warning for warning in warnings_on_standard_error() if "\n| " + warning not in page], [])
 
@@ -93,6 +143,13 @@ class Documents(unittest.TestCase):
         page = text_of("docs/printing.md")
         self.assertGreater(len(spool_messages()), 25)
         self.assertEqual({message for message in spool_messages() if message not in page}, set())
+
+    def test_what_the_server_says_is_explained(self):
+        page = text_of("docs/server.md").replace("\\|", "|")
+        page = page[page.index("\n## Messages\n"):]
+        self.assertGreater(len(server_messages()), 35)
+        self.assertGreater(len(page_messages()), 9)
+        self.assertEqual({message for message in server_messages() | page_messages() if message not in page}, set())
 
     def test_every_document_is_reachable_from_the_readme(self):
         reached, waiting = set(), ["README.md"]
