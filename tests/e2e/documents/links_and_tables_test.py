@@ -90,6 +90,14 @@ def page_messages():
     return {text.strip() for text in said}
 
 
+def names_of_a_print():
+    """The parameters, profile objects and descriptions that the program reads and writes."""
+    code = sources("vrp/server/*.cpp")
+    both = ["SERVER_%s_%s" % (server, name) for server in ("UPLOAD", "PORTAL") for name in re.findall(r'value\(L"(\w+)"\)', code)]
+    return set(both + re.findall(r'parameters\[L"(\w+)"\]', code) + re.findall(r'fetchFromProfile\(job, L"(\w+)"', code) +
+               re.findall(r'describe\(session, L"(\w+)"', code))
+
+
 class Documents(unittest.TestCase):
     def test_links_lead_to_files_and_headings(self):
         checked = 0
@@ -150,6 +158,15 @@ class Documents(unittest.TestCase):
         self.assertGreater(len(server_messages()), 35)
         self.assertGreater(len(page_messages()), 9)
         self.assertEqual({message for message in server_messages() | page_messages() if message not in page}, set())
+
+    def test_the_protocol_names_what_a_print_reads_and_writes(self):
+        page = text_of("docs/protocol.md")
+        section = page[page.index("\n## One print\n"):page.index("\n## The portal")]
+        explained = {name for row in re.findall(r"^\| (`[^|]*) \|", section, re.M) for name in re.findall(r"`([A-Z_]+)`", row)}
+        self.assertGreater(len(explained), 35)
+        self.assertEqual(explained, names_of_a_print())
+        handed_out = set(re.findall(r"^([A-Z_]+)=", text_of("appserver/default_configuration.cpp"), re.M))
+        self.assertEqual(handed_out - explained, set())
 
     def test_every_document_is_reachable_from_the_readme(self):
         reached, waiting = set(), ["README.md"]
