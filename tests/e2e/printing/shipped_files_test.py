@@ -3,6 +3,7 @@
 
 import os
 import plistlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -48,8 +49,17 @@ class ShippedFiles(unittest.TestCase):
         with open(shipped("ppd/Varek.ppd"), encoding="utf-8") as file:
             lines = file.read().splitlines()
         for line in ('*cupsFilter: "application/vnd.cups-pdf 0 -"', "*cupsSingleFile: True", "*cupsManualCopies: True",
-                     "*ColorDevice: True", '*cupsLanguages: "en fr de"'):
+                     "*ColorDevice: True", '*cupsLanguages: "en fr de es"'):
             self.assertIn(line, lines)
+
+    def test_ppd_says_the_same_in_every_language(self):
+        with open(shipped("ppd/Varek.ppd"), encoding="utf-8") as file:
+            translated = re.findall(r"^\*(\w\w)\.([^/]*)/", file.read(), re.M)
+        said = {language: [what for of, what in translated if of == language] for language, _ in translated}
+        self.assertEqual(sorted(said), ["de", "es", "fr"])
+        self.assertGreater(len(said["fr"]), 30)
+        self.assertEqual(said["de"], said["fr"])
+        self.assertEqual(said["es"], said["fr"])
 
     def test_desktop_files_are_valid(self):
         for name in ("varek-agent.desktop", "varek-print.desktop"):
