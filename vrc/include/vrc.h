@@ -7,9 +7,9 @@
  *
  *     char text[8192];
  *     void *request = VrOpenRequest("Server=\"localhost:1082\" Ssl=\"YES\" Application=\"directory\"");
- *     if (request == NULL)
- *         return -1;
- *     if (VrCommand(request, "VR_PROC=|GetData| KEY=|Help| ENTRIES=|Topics|", NULL, 0, NULL) != 1)
+ *     if (request == NULL) return -1;
+ *     if (VrCommand(request, "VR_PROC=|GetData| DIRECTORY=|demo| KEY=|Help| ENTRIES=|Topics|",
+ *                   NULL, 0, NULL) != 1)
  *         VrCommand(request, "VR_CMD=|LOCAL:REQUEST:ERROR_INFO| ERROR_STRING=|DESCRIPTION|",
  *                   text, sizeof text, NULL);
  *     VrCommand(request, "VR_CLOSE_SESSION=|YES|", NULL, 0, NULL);
