@@ -90,6 +90,13 @@ def page_messages():
     return {text.strip() for text in said}
 
 
+def commands():
+    """The command language: for each command of the server and of the library the keys of its fields."""
+    of_server = re.findall(r'CommandRow\{"([A-Z_:]+)", \w+, \{([^}]*)\}', text_of("appserver/session_commands.cpp"))
+    of_library = re.findall(r'LocalCommand\{"([A-Z_:]+)", ("[^"]*")', text_of("vrc/local_command_table.cpp"))
+    return {name: set(re.findall(r"[A-Z_]+", keys)) for name, keys in of_server + of_library}
+
+
 def names_of_a_print():
     """The parameters, profile objects and descriptions that the program reads and writes."""
     code = sources("vrp/server/*.cpp")
@@ -158,6 +165,12 @@ class Documents(unittest.TestCase):
         self.assertGreater(len(server_messages()), 35)
         self.assertGreater(len(page_messages()), 9)
         self.assertEqual({message for message in server_messages() | page_messages() if message not in page}, set())
+
+    def test_the_protocol_has_every_command_with_its_fields(self):
+        rows = re.findall(r"^\| `([A-Z_]+:[A-Z_:]+)` \|((?:[^|]|\\\|)*)\| .* \|$", text_of("docs/protocol.md"), re.M)
+        self.assertGreater(len(rows), 25)
+        explained = {name: set(re.findall(r"`([A-Z_]+)", fields)) - {"VR_CONTAINER", "VR_NO_ERROR"} for name, fields in rows}
+        self.assertEqual(explained, commands())
 
     def test_the_protocol_names_what_a_print_reads_and_writes(self):
         page = text_of("docs/protocol.md")
