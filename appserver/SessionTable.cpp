@@ -26,11 +26,11 @@ SessionTable::SessionTable(std::filesystem::path folder) : m_folder(std::move(fo
 {}
 
 std::shared_ptr<ServerSession> SessionTable::open(const wire::HelloFrame &hello, std::size_t maxSessions,
-                                                  const std::string &person)
+                                                  const std::string &person, Clock::time_point now)
 {
     const LookupKey credentials = credentialsOf(hello, person);
     const std::scoped_lock lock(m_mutex);
-    forgetOldOpenings();
+    forgetOldOpenings(now);
     if (auto repeated = openedBy(hello, credentials)) {
         return repeated;
     }
@@ -41,7 +41,7 @@ std::shared_ptr<ServerSession> SessionTable::open(const wire::HelloFrame &hello,
     auto session = std::make_shared<ServerSession>(randomHex(identifierBytes), hello.application,
                                                    m_folder / randomHex(8));
     m_sessions.emplace(lookupKey(session->id), session);
-    m_openings.insert_or_assign(hello.nonce, Opening{credentials, session, ServerSession::Clock::now()});
+    m_openings.insert_or_assign(hello.nonce, Opening{credentials, session, now});
     return session;
 }
 
@@ -77,7 +77,7 @@ void SessionTable::removeIdle(std::chrono::seconds maxIdle)
 {
     std::vector<std::shared_ptr<ServerSession>> removed; // released after the lock
     const std::scoped_lock lock(m_mutex);
-    forgetOldOpenings();
+    forgetOldOpenings(Clock::now());
     for (auto entry = m_sessions.begin(); entry != m_sessions.end();) {
         if (entry->second->idleTime() < maxIdle) {
             ++entry;
@@ -124,9 +124,8 @@ bool SessionTable::makeRoom(std::size_t maxSessions)
     return true;
 }
 
-void SessionTable::forgetOldOpenings()
+void SessionTable::forgetOldOpenings(Clock::time_point now)
 {
-    const auto now = ServerSession::Clock::now();
     std::erase_if(m_openings, [now](const auto &entry) {
         return now - entry.second.at >= openingMemory || entry.second.session.expired();
     });

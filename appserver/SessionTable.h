@@ -18,6 +18,8 @@ namespace appserver {
 class SessionTable
 {
 public:
+    using Clock = ServerSession::Clock;
+
     /// Files of sessions go into folders of their own in this folder.
     explicit SessionTable(std::filesystem::path folder);
 
@@ -26,7 +28,8 @@ public:
     /// room; when there is none, null.
     /// `person` is known by a ticket, empty without.
     [[nodiscard]] std::shared_ptr<ServerSession> open(const wire::HelloFrame &hello, std::size_t maxSessions,
-                                                      const std::string &person = {});
+                                                      const std::string &person = {},
+                                                      Clock::time_point now = Clock::now());
     /// Null when there is none, or it expired.
     [[nodiscard]] std::shared_ptr<ServerSession> find(std::string_view id, std::chrono::seconds maxIdle);
     void remove(const std::string &id);
@@ -38,13 +41,13 @@ private:
     {
         LookupKey credentials;
         std::weak_ptr<ServerSession> session;
-        ServerSession::Clock::time_point at;
+        Clock::time_point at;
     };
 
     [[nodiscard]] std::shared_ptr<ServerSession> openedBy(const wire::HelloFrame &hello,
                                                           const LookupKey &credentials);
     [[nodiscard]] bool makeRoom(std::size_t maxSessions);
-    void forgetOldOpenings();
+    void forgetOldOpenings(Clock::time_point now);
 
     std::filesystem::path m_folder;
     mutable std::mutex m_mutex;

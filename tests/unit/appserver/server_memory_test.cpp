@@ -2,6 +2,7 @@
 #include "appserver/LoginThrottle.h"
 #include "appserver/PortalSessions.h"
 #include "appserver/control_digest.h"
+#include "tests/support/wait_for.h"
 #include "tests/unit/appserver/AppServerTest.h"
 
 namespace appserver {
@@ -37,6 +38,18 @@ TEST_F(ServerMemory, a_portal_page_that_nobody_uses_is_forgotten)
     EXPECT_TRUE(pages.find(page->id, page->cookie, 1800s));
     EXPECT_FALSE(pages.find(page->id, page->cookie, 0s));
     EXPECT_FALSE(pages.find(page->id, page->cookie, 1800s)) << "it does not come back";
+}
+
+TEST_F(ServerMemory, a_page_that_is_used_keeps_its_session_alive_and_a_stranger_does_not)
+{
+    const auto session = portalSession(1);
+    const auto page = pages.open(session, digestOf(session), 10);
+    ASSERT_TRUE(page);
+    waitFor("a session to be idle", [&] { return session->idleTime() > 50ms; });
+    EXPECT_FALSE(pages.find(page->id, "somebody else's cookie", 1800s));
+    EXPECT_GT(session->idleTime(), 50ms);
+    waitFor("a session that was used just now",
+            [&] { return pages.find(page->id, page->cookie, 1800s) && session->idleTime() <= 50ms; });
 }
 
 TEST_F(ServerMemory, idle_portal_pages_are_tidied_up)
@@ -115,6 +128,17 @@ TEST_F(ServerMemory, the_longest_idle_stranger_makes_room_first)
     EXPECT_THAT(ask(RequestText().session(ids[0])).lines, ElementsAre("Z 0"));
     EXPECT_THAT(ask(RequestText().session(ids[1])).lines, ElementsAre("X 0 SYSTEM/SESSION/101", "Z 0"));
     EXPECT_THAT(ask(RequestText().session(ids[2])).lines, ElementsAre("Z 0"));
+}
+
+TEST_F(ServerMemory, a_hello_is_recognised_for_a_minute)
+{
+    SessionTable sessions(folder / "others");
+    wire::HelloFrame hello;
+    hello.nonce.fill(7);
+    const auto start = SessionTable::Clock::now();
+    const auto opened = sessions.open(hello, 10, {}, start);
+    EXPECT_EQ(sessions.open(hello, 10, {}, start + 59s), opened);
+    EXPECT_NE(sessions.open(hello, 10, {}, start + 60s), opened);
 }
 
 TEST_F(ServerMemory, a_hello_whose_session_is_gone_opens_a_new_one)

@@ -53,6 +53,7 @@ TEST_F(Sessions, an_ended_session_is_unknown_and_its_folder_is_gone)
     const std::string id = openUpload();
     ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:CREATE| TYPE=|FILE| NAME=|F|"));
     EXPECT_FALSE(std::filesystem::is_empty(folder / "sessions"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "sessions" / id)) << "the name of a folder is no secret";
     EXPECT_THAT(ask(RequestText().session(id, 2).end()).lines, ElementsAre("Z 2"));
     EXPECT_TRUE(std::filesystem::is_empty(folder / "sessions"));
     EXPECT_THAT(ask(RequestText().session(id)).lines, ElementsAre("X 0 SYSTEM/SESSION/101", "Z 0"));
