@@ -89,6 +89,33 @@ TEST(Configuration, the_default_one_is_valid_and_keeps_the_addresses_of_the_firs
                 ElementsAre("STANDARD", "ASYNC", "TUNNEL"));
 }
 
+TEST(Configuration, the_default_one_says_what_holds_without_it)
+{
+    const auto fieldsOf = [](const ServerLimits &limits) {
+        return std::make_tuple(limits.requestBytes, limits.fileBytes, limits.sessionFileBytes,
+                               limits.sessionMemoryBytes, limits.sessionObjects, limits.sessionVariables,
+                               limits.sessions, limits.connections, limits.bodyBytesPerSecond,
+                               limits.bodyRateWindow, limits.headerTime, limits.sessionIdle,
+                               limits.failedLogins, limits.failedLoginWindow);
+    };
+    const ServerConfiguration written = ServerConfiguration::parse(defaultConfiguration({}));
+    const ServerConfiguration empty = ServerConfiguration::parse("");
+    EXPECT_EQ(fieldsOf(written.limits), fieldsOf(empty.limits));
+    EXPECT_EQ(written.keepDocumentDays, empty.keepDocumentDays);
+    EXPECT_EQ(written.portal.papers, empty.portal.papers);
+    EXPECT_EQ(empty.listen.address, "127.0.0.1");
+    EXPECT_EQ(empty.listen.port, 1082);
+    EXPECT_EQ(empty.listen.portalPort, 1083);
+    EXPECT_EQ(empty.listen.plainPort, -1) << "off";
+    EXPECT_EQ(empty.listen.plainPortalPort, -1);
+    EXPECT_EQ(empty.limits.connections, 1000U);
+    EXPECT_EQ(empty.limits.sessionObjects, 64U);
+    EXPECT_EQ(empty.limits.sessionVariables, 64U);
+    EXPECT_EQ(empty.limits.headerTime, std::chrono::seconds(20));
+    EXPECT_EQ(empty.limits.failedLogins, 10);
+    EXPECT_EQ(empty.limits.failedLoginWindow, std::chrono::minutes(5));
+}
+
 TEST(CommandLine, of_the_server_is_read_with_options_anywhere)
 {
     const ServerOptions serve = optionsOf({"--data", "/d", "--port", "0", "--listen", "::1"});

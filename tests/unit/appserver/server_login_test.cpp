@@ -80,6 +80,17 @@ TEST_F(Login, many_failures_of_a_user_are_throttled_until_the_window_is_over)
     EXPECT_FALSE(throttle.refuses("u", "a", rule, start + std::chrono::seconds(10)));
 }
 
+TEST_F(Login, a_good_login_ends_the_count_of_the_failures_before_it)
+{
+    configure("[Limits]\nFailedLogins=3\n");
+    std::uint8_t nonce = 0;
+    for (const char *password : {"typo", "typo", "lovelace", "typo", "typo", "lovelace"}) {
+        const bool isGood = password == std::string_view("lovelace");
+        EXPECT_THAT(tryLogin(++nonce, "ada", password).lines,
+                    ElementsAre("W", isGood ? "R 1" : "X 1 SYSTEM/SECURITY/103", "Z 1"));
+    }
+}
+
 TEST_F(Login, guessing_with_many_names_from_one_address_is_throttled_too)
 {
     LoginThrottle throttle;
@@ -126,7 +137,7 @@ TEST(Passwords, are_stored_as_argon2id_and_never_as_they_are)
 {
     initialiseSecrets();
     const std::string hash = hashPassword("lovelace");
-    EXPECT_TRUE(hash.starts_with("$argon2id$"));
+    EXPECT_TRUE(hash.starts_with("$argon2id$v=19$m=19456,t=2,p=1$")) << hash;
     EXPECT_NE(hash, hashPassword("lovelace"));
     EXPECT_TRUE(verifyPassword(hash, "lovelace"));
     EXPECT_FALSE(verifyPassword(hash, "Lovelace"));

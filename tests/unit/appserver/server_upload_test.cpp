@@ -29,6 +29,22 @@ std::string compressed(const std::string &text)
     return out;
 }
 
+/// A few bytes whose decompression needs a window of 2 to the power of `windowLog`.
+std::string compressedWithWindow(int windowLog)
+{
+    std::string out(1024, '\0');
+    ZSTD_CCtx *context = ZSTD_createCCtx();
+    ZSTD_CCtx_setParameter(context, ZSTD_c_windowLog, windowLog);
+    ZSTD_outBuffer output{out.data(), out.size(), 0};
+    ZSTD_inBuffer input{"text", 4, 0};
+    // The length is not told at first: the whole window is asked for.
+    ZSTD_compressStream2(context, &output, &input, ZSTD_e_flush);
+    ZSTD_compressStream2(context, &output, &input, ZSTD_e_end);
+    ZSTD_freeCCtx(context);
+    out.resize(output.pos);
+    return out;
+}
+
 wire::Hash hashOf(const std::string &bytes)
 {
     XXH128_canonical_t canonical;
@@ -184,6 +200,16 @@ TEST_F(Upload, a_decompression_bomb_stops_at_the_limit)
     const std::string packed = compressed(std::string(1'000'001, '\0'));
     const auto number = sendFile(id, packed, std::nullopt, result);
     EXPECT_EQ(result, "X " + std::to_string(number - 1) + " SYSTEM/OBJECT/104");
+}
+
+TEST_F(Upload, a_window_of_more_than_eight_mebibytes_is_refused)
+{
+    std::string result;
+    for (const auto &[windowLog, expected] : {std::pair{23, "R 7"}, std::pair{24, "X 7 SYSTEM/OBJECT/105"}}) {
+        const std::string packed = compressedWithWindow(windowLog);
+        sendFile(openUpload(static_cast<std::uint8_t>(windowLog)), packed, hashOf(packed), result);
+        EXPECT_EQ(result, expected);
+    }
 }
 
 TEST_F(Upload, several_and_skippable_frames_decompress_to_their_joined_contents)

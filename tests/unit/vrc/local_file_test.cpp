@@ -140,6 +140,8 @@ TEST_F(LocalFiles, temporary_files_are_private_and_stand_where_the_system_wants_
 TEST(TimeOuts, can_be_shortened_but_neither_lengthened_nor_switched_off)
 {
     const vrc::Timeouts usual = vrc::timeouts();
+    EXPECT_EQ(usual.stall, std::chrono::seconds(30));
+    EXPECT_EQ(usual.answer, std::chrono::minutes(10));
     for (const char *text : {"0", "-5", "soon", "", "999999999"}) {
         const ScopedVariable stall("VRC_STALL_TIMEOUT_MS", text);
         EXPECT_EQ(vrc::timeouts().stall, usual.stall) << text;
