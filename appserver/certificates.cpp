@@ -172,6 +172,14 @@ std::string alternativeNames(const std::vector<std::string> &names)
     return list;
 }
 
+/// What a client that trusts the root alone needs besides the server's certificate.
+std::string wayToTheRoot(const CertificateFiles &files, X509 *authority)
+{
+    constexpr int byItsNames = 0;
+    const bool isRoot = X509_self_signed(authority, byItsNames) == 1;
+    return isRoot ? std::string() : readWholeFile(files.authority, pemMaxBytes);
+}
+
 void createCertificate(const CertificateFiles &files, const std::vector<std::string> &names)
 {
     const KeyPtr authorityKey = readKey(files.authorityKey);
@@ -184,7 +192,8 @@ void createCertificate(const CertificateFiles &files, const std::vector<std::str
     addExtension(certificate.get(), authority.get(), NID_subject_alt_name, alternativeNames(names));
     sign(certificate.get(), authority.get(), authorityKey.get());
     writeFileAtomically(files.key, pemOf(key.get()));
-    writeFileAtomically(files.certificate, pemOf(certificate.get()), true);
+    writeFileAtomically(files.certificate, pemOf(certificate.get()) + wayToTheRoot(files, authority.get()),
+                        true);
 }
 
 bool namesEveryone(X509 *certificate, const std::vector<std::string> &names)

@@ -12,7 +12,7 @@ struct CertificateFiles
 {
     std::filesystem::path authority;    ///< vrc-ca.pem: clients trust this file
     std::filesystem::path authorityKey; ///< ca-key.pem, mode 0600
-    std::filesystem::path certificate;  ///< server.pem
+    std::filesystem::path certificate;  ///< server.pem; an authority that is no root follows in it
     std::filesystem::path key;          ///< server-key.pem, mode 0600
 };
 
