@@ -3,7 +3,7 @@
 
 #include "backend/agent_run.h"
 #include "backend/job_ticket.h"
-#include "tests/unit/backend/ScratchFolder.h"
+#include "tests/unit/backend/files_on_disk.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -76,6 +76,6 @@ protected:
 
     [[nodiscard]] std::filesystem::path failed() const { return folder() / "failed"; }
 
-    ScratchFolder scratch;
+    TemporaryFolder scratch;
     std::vector<std::string> told;
 };

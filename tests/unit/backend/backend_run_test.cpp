@@ -4,7 +4,7 @@
 #include "backend/cancel_signal.h"
 #include "backend/job_ticket.h"
 #include "backend/spool_names.h"
-#include "tests/unit/backend/ScratchFolder.h"
+#include "tests/unit/backend/files_on_disk.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -118,7 +118,7 @@ protected:
         return found;
     }
 
-    ScratchFolder scratch;
+    TemporaryFolder scratch;
 };
 
 TEST_F(Backend, without_arguments_lists_one_device_under_the_name_it_was_started_by)

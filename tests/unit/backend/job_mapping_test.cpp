@@ -2,7 +2,7 @@
 #include "backend/job_mapping.h"
 
 #include "backend/backend_failure.h"
-#include "tests/unit/backend/ScratchFolder.h"
+#include "tests/unit/backend/files_on_disk.h"
 
 #include <gmock/gmock.h>
 
@@ -29,7 +29,7 @@ class ReadMapping : public testing::Test
 protected:
     std::vector<backend::MappingRule> read() { return backend::readMapping(file, messages); }
 
-    ScratchFolder scratch;
+    TemporaryFolder scratch;
     std::filesystem::path file = scratch.path() / "backend.conf";
     std::ostringstream messages;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/unit/backend/ScratchFolder.h"
+#include "tests/unit/backend/files_on_disk.h"
 #include "vrp/core/resource_table.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "backend/SpoolDelivery.h"
 #include "backend/backend_failure.h"
-#include "tests/unit/backend/ScratchFolder.h"
+#include "tests/unit/backend/files_on_disk.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -37,7 +37,7 @@ protected:
 
     [[nodiscard]] fs::path spool() const { return scratch.path() / "spool"; }
 
-    ScratchFolder scratch;
+    TemporaryFolder scratch;
     bool created = fs::create_directory(spool());
     backend::FileDescriptor folder = open(spool());
 };

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "backend/WaitingJobs.h"
-#include "tests/unit/backend/ScratchFolder.h"
+#include "tests/unit/backend/files_on_disk.h"
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -38,7 +38,7 @@ int nextDescriptor()
 
 TEST(UnlistedFolder, holds_no_jobs_and_leaves_no_descriptor_open)
 {
-    const ScratchFolder folder;
+    const TemporaryFolder folder;
     writeFile(folder.path() / "1.ticket", "");
     const auto jobs = backend::WaitingJobs::open(folder.path());
     ASSERT_TRUE(jobs);

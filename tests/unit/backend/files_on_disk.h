@@ -1,38 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/file_bytes.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
-
-/// A folder that exists as long as the object, and what tests do with files.
-class ScratchFolder
-{
-public:
-    ScratchFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "varek-backend-XXXXXX").string();
-        m_path = ::mkdtemp(pattern.data());
-    }
-
-    ScratchFolder(const ScratchFolder &) = delete;
-    ScratchFolder &operator=(const ScratchFolder &) = delete;
-
-    ~ScratchFolder() { std::filesystem::remove_all(m_path); }
-
-    [[nodiscard]] std::filesystem::path path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
 
 inline std::string contents(const std::filesystem::path &file)
 {
