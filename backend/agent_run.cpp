@@ -8,11 +8,15 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <ctime>
 #include <iostream>
 
 namespace backend {
 namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
 constexpr int retryMs = 1000;
 constexpr int noFolderMs = 5000;
@@ -31,17 +35,20 @@ bool canStart(const AgentOptions &options, const AgentSurroundings &surroundings
 /// Waits until a job could be started; false when that did not come in time or a signal arrived.
 bool waitForStart(const AgentOptions &options, const AgentSurroundings &surroundings)
 {
-    for (int waitedMs = 0; !isCancelled(); waitedMs += retryMs) {
+    // Not counted in waits: asking a display that hangs takes its time as well.
+    const auto limit = steady_clock::now() + milliseconds(options.displayWaitMs);
+    if (canStart(options, surroundings)) {
+        return true;
+    }
+    std::cerr << "varek-agent: documents wait for a display, or for " << options.program << std::endl;
+    while (options.watch || steady_clock::now() < limit) {
+        (void)waitReadable(-1, retryMs);
+        if (isCancelled()) {
+            break;
+        }
         if (canStart(options, surroundings)) {
             return true;
         }
-        if (waitedMs == 0) {
-            std::cerr << "varek-agent: documents wait for a display, or for " << options.program << std::endl;
-        }
-        if (!options.watch && waitedMs >= options.displayWaitMs) {
-            break;
-        }
-        (void)waitReadable(-1, retryMs);
     }
     return false;
 }

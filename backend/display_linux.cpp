@@ -6,6 +6,7 @@
 
 #include <netdb.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 
 #include <cstdlib>
@@ -19,11 +20,22 @@ namespace {
 
 constexpr int firstX11Port = 6000;
 constexpr int lastPort = 65535;
+constexpr timeval longestConnect{3, 0};
 
 std::string environment(const char *name)
 {
     const char *value = std::getenv(name);
     return value != nullptr ? value : "";
+}
+
+/// A host that is away, or a display that hangs, must not keep the agent from asking for another one.
+bool connects(int family, const sockaddr *address, socklen_t length)
+{
+    const FileDescriptor socket(::socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    // The limit of a connect(2) as well (socket(7)).
+    return socket.isOpen() &&
+           ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &longestConnect, sizeof longestConnect) == 0 &&
+           ::connect(socket.get(), address, length) == 0;
 }
 
 /// A path that begins with a zero byte names a socket in the abstract name space.
@@ -35,11 +47,10 @@ bool connectsLocally(const std::string &path)
         return false;
     }
     std::memcpy(address.sun_path, path.data(), path.size());
-    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const bool isAbstract = path[0] == '\0';
     const auto length =
         static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + path.size() + (isAbstract ? 0 : 1));
-    return socket.isOpen() && ::connect(socket.get(), reinterpret_cast<sockaddr *>(&address), length) == 0;
+    return connects(AF_UNIX, reinterpret_cast<sockaddr *>(&address), length);
 }
 
 bool connectsOverNetwork(const std::string &host, int port)
@@ -52,8 +63,7 @@ bool connectsOverNetwork(const std::string &host, int port)
     }
     const std::unique_ptr<addrinfo, void (*)(addrinfo *)> addresses(found, ::freeaddrinfo);
     for (const addrinfo *address = found; address != nullptr; address = address->ai_next) {
-        const FileDescriptor socket(::socket(address->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        if (socket.isOpen() && ::connect(socket.get(), address->ai_addr, address->ai_addrlen) == 0) {
+        if (connects(address->ai_family, address->ai_addr, address->ai_addrlen)) {
             return true;
         }
     }
