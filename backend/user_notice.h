@@ -9,7 +9,4 @@ namespace backend {
 /// on standard error (which the journal keeps) always.
 void tellUser(const std::string &text);
 
-/// The text as the body of a desktop notification, which may hold markup: "&", "<" and ">" are escaped.
-[[nodiscard]] std::string notificationBody(const std::string &text);
-
 } // namespace backend
