@@ -99,7 +99,7 @@ int runOnce(const AgentOptions &options, const AgentSurroundings &surroundings)
             return 1;
         }
     }
-    return runWaitingJobs(options, surroundings) ? 0 : 1;
+    return runWaitingJobs(options, surroundings) || isCancelled() ? 0 : 1;
 }
 
 int watch(const AgentOptions &options, const AgentSurroundings &surroundings)

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -50,6 +51,30 @@ protected:
         return child;
     }
 
+    /// Has the program wait, once it is started, until finishProgram is called.
+    void installWaitingProgram() const
+    {
+        installProgram("#!/bin/sh\necho started >\"${0%/*}/calls\"\n"
+                       "until [ -e \"${0%/*}/go\" ]; do sleep 0.01; done\nrm \"$6\"\n");
+    }
+
+    void finishProgram() const { writeFile(scratch.path() / "go", ""); }
+
+    /// Takes the folder's lock, as an agent does.
+    [[nodiscard]] backend::FileDescriptor lockFolder() const
+    {
+        const std::string file = folder() / "agent.lock";
+        backend::FileDescriptor lock(::open(file.c_str(), O_RDWR | O_CREAT, 0600));
+        EXPECT_EQ(::flock(lock.get(), LOCK_EX), 0);
+        return lock;
+    }
+
+    static bool waitsForLock(pid_t process)
+    {
+        const std::string waiter = "-> FLOCK  ADVISORY  WRITE " + std::to_string(process) + " ";
+        return contents("/proc/locks").find(waiter) != std::string::npos;
+    }
+
     static int endOf(pid_t child)
     {
         int status = -1;
@@ -87,19 +112,65 @@ TEST_F(RunningAgent, that_watches_notices_its_users_first_job)
 
 TEST_F(RunningAgent, that_is_told_to_end_finishes_the_job_at_hand_and_leaves_the_next)
 {
-    installProgram("#!/bin/sh\necho started >\"${0%/*}/calls\"\n"
-                   "until [ -e \"${0%/*}/go\" ]; do sleep 0.01; done\nrm \"$6\"\n");
+    installWaitingProgram();
     spool("1-7-0");
     spool("2-8-0");
     const pid_t agent = start(false);
     ASSERT_TRUE(comesTrue([&] { return !calls().empty(); }));
     ::kill(agent, SIGTERM);
-    writeFile(scratch.path() / "go", "");
+    finishProgram();
     EXPECT_EQ(endOf(agent), 0);
     EXPECT_THAT(files(folder()), ElementsAre("2-8-0.document", "2-8-0.ticket"));
 }
 
+TEST_F(RunningAgent, goes_on_when_its_terminal_is_closed)
+{
+    installWaitingProgram();
+    spool("1-7-0");
+    const pid_t agent = start(false);
+    ASSERT_TRUE(comesTrue([&] { return !calls().empty(); }));
+    ::kill(agent, SIGHUP);
+    finishProgram();
+    EXPECT_EQ(endOf(agent), 0);
+    EXPECT_THAT(files(folder()), IsEmpty());
+}
+
 #ifdef __linux__
+TEST_F(RunningAgent, starts_its_program_with_the_signals_that_it_ignores_itself)
+{
+    installProgram("#!/bin/sh\nsed -n 's/^SigIgn:.//p' /proc/self/status >\"${0%/*}/calls\"\nrm \"$6\"\n");
+    spool("1-7-0");
+    EXPECT_EQ(endOf(start(false)), 0);
+    const unsigned long long ignored = std::stoull(calls(), nullptr, 16);
+    for (const int signal : {SIGPIPE, SIGXFSZ, SIGHUP}) {
+        EXPECT_EQ(ignored >> (signal - 1) & 1U, 0U) << signal;
+    }
+}
+
+/// While somebody holds the folder's lock, nobody else touches its jobs, claimed ones among them.
+TEST_F(RunningAgent, waits_for_the_one_that_works)
+{
+    spool("1-7-0");
+    fs::rename(folder() / "1-7-0.ticket", folder() / "1-7-0.claimed");
+    const backend::FileDescriptor lock = lockFolder();
+    const pid_t agent = start(false);
+    EXPECT_TRUE(comesTrue([&] { return waitsForLock(agent); }));
+    EXPECT_THAT(files(folder()), ElementsAre("1-7-0.claimed", "1-7-0.document"));
+    ASSERT_EQ(::flock(lock.get(), LOCK_UN), 0); // not closed: the agent was forked with a copy
+    EXPECT_EQ(endOf(agent), 0);
+    EXPECT_THAT(files(folder()), IsEmpty()); // the other one is gone, and so its job has failed
+    EXPECT_THAT(files(failed()), ElementsAre("1-7-0.document", "1-7-0.ticket"));
+}
+
+TEST_F(RunningAgent, that_waits_for_another_ends_on_request)
+{
+    const backend::FileDescriptor lock = lockFolder();
+    const pid_t agent = start(false);
+    EXPECT_TRUE(comesTrue([&] { return waitsForLock(agent); }));
+    ::kill(agent, SIGTERM);
+    EXPECT_EQ(endOf(agent), 0);
+}
+
 TEST_F(RunningAgent, takes_its_program_along_when_it_is_killed)
 {
     const std::string pipe = scratch.path() / "alive";
