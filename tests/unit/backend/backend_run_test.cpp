@@ -11,7 +11,9 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <csignal>
+#include <ctime>
 #include <functional>
 #include <sstream>
 #include <vector>
@@ -21,6 +23,7 @@ using backend::AccountLookup;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
@@ -35,6 +38,9 @@ uid_t recipientUid()
 
 AccountLookup findAlice(const std::string &name)
 {
+    if (name == "faraway") {
+        return {AccountLookup::Outcome::unavailable, {}};
+    }
     return name == "alice"
                ? AccountLookup{AccountLookup::Outcome::found, {"alice", recipientUid(), ::getegid()}}
                : AccountLookup{};
@@ -71,7 +77,7 @@ protected:
             prepare();
             const auto code = backend::runBackend(arguments, {.spoolRoot = root(),
                                                               .mappingFile = mapping(),
-                                                              .queue = "Varek",
+                                                              .queue = queue,
                                                               .computer = "desk7",
                                                               .findAccount = findAlice,
                                                               .devices = messages,
@@ -119,6 +125,7 @@ protected:
     }
 
     TemporaryFolder scratch;
+    std::string queue = "Varek";
 };
 
 TEST_F(Backend, without_arguments_lists_one_device_under_the_name_it_was_started_by)
@@ -142,7 +149,8 @@ TEST_F(Backend, without_arguments_lists_one_device_under_the_name_it_was_started
 TEST_F(Backend, puts_document_and_ticket_into_the_users_spool)
 {
     const Outcome result = print(wholePdf);
-    EXPECT_EQ(result.exitCode(), 0) << result.messages;
+    EXPECT_EQ(result.exitCode(), 0);
+    EXPECT_EQ(result.messages, "STATE: -varek-refused-warning\nINFO: Waiting for alice\n");
     EXPECT_THAT(spooled(backend::documentSuffix), ElementsAre(wholePdf));
     ASSERT_THAT(spooled(backend::ticketSuffix), testing::SizeIs(1));
     const auto ticket = backend::parseTicket(spooled(backend::ticketSuffix).front());
@@ -152,6 +160,7 @@ TEST_F(Backend, puts_document_and_ticket_into_the_users_spool)
     EXPECT_EQ(ticket->host, "desk7");
     EXPECT_EQ(ticket->user, "alice");
     EXPECT_EQ(ticket->copies, 2U);
+    EXPECT_NEAR(static_cast<double>(ticket->printedAt), static_cast<double>(std::time(nullptr)), 60);
 }
 
 TEST_F(Backend, shows_the_spool_to_its_user_alone)
@@ -247,6 +256,22 @@ TEST_F(Backend, ignores_a_mapping_that_is_a_link)
     const Outcome result = print(wholePdf, "bob");
     EXPECT_EQ(result.exitCode(), 5);
     EXPECT_THAT(result.messages, HasSubstr("is ignored: it must be a file"));
+}
+
+TEST_F(Backend, holds_a_job_while_the_user_directory_does_not_answer)
+{
+    const Outcome result = print(wholePdf, "faraway");
+    EXPECT_EQ(result.exitCode(), 3);
+    EXPECT_THAT(result.messages, HasSubstr("ERROR: The user directory does not answer\n"));
+    EXPECT_THAT(result.messages, Not(HasSubstr("STATE: +")));
+}
+
+TEST_F(Backend, cancels_a_job_of_a_queue_without_a_name)
+{
+    queue.clear();
+    const Outcome result = print(wholePdf);
+    EXPECT_EQ(result.exitCode(), 5);
+    EXPECT_THAT(result.messages, HasSubstr("ERROR: cupsd gave no queue name\n"));
 }
 
 TEST_F(Backend, cancels_a_call_that_is_no_job)
@@ -369,6 +394,18 @@ TEST_F(Backend, tells_waiting_agents_of_a_new_folder)
 {
     ASSERT_EQ(print(wholePdf).exitCode(), 0);
     EXPECT_EQ(modeOf(root() / backend::newFolderMarker), 0644U);
+}
+
+TEST_F(Backend, tells_waiting_agents_of_every_further_new_folder)
+{
+    fs::create_directory(root());
+    ::chmod(root().c_str(), 0711);
+    const fs::path marker = root() / backend::newFolderMarker;
+    writeFile(marker, "", 0644);
+    const auto longAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
+    fs::last_write_time(marker, longAgo);
+    ASSERT_EQ(print(wholePdf).exitCode(), 0);
+    EXPECT_GT(fs::last_write_time(marker), longAgo + std::chrono::minutes(30));
 }
 
 } // namespace

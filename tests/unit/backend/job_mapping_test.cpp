@@ -5,6 +5,7 @@
 #include "tests/unit/backend/files_on_disk.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <sstream>
 
@@ -51,6 +52,14 @@ TEST_F(ReadMapping, gives_the_rules_that_it_understands_and_names_the_other_line
 TEST_F(ReadMapping, ignores_a_file_that_others_can_write)
 {
     writeFile(file, "map *@* alice\n", 0666);
+    EXPECT_THAT(read(), IsEmpty());
+    EXPECT_THAT(messages.str(), HasSubstr("is ignored: it must be a file"));
+}
+
+TEST_F(ReadMapping, ignores_a_file_of_somebody_else)
+{
+    writeFile(file, "map *@* alice\n", 0644);
+    ASSERT_EQ(::chown(file.c_str(), 54321, 54321), 0) << "these tests run as root";
     EXPECT_THAT(read(), IsEmpty());
     EXPECT_THAT(messages.str(), HasSubstr("is ignored: it must be a file"));
 }

@@ -43,6 +43,32 @@ TEST(ChooseRecipient, gives_a_local_job_of_an_ordinary_user_to_that_user)
     }
 }
 
+#ifdef __linux__
+TEST(ChooseRecipient, draws_the_line_between_people_and_system_users)
+{
+    const std::pair<uid_t, bool> cases[] = {
+        {0, false},
+        {1, false},
+        {999, false},
+        {1000, true},
+        {61183, true},
+        {61184, false},
+        {65534, false},
+        {65535, false},
+        {65536, true},
+        {100000, true},
+        {static_cast<uid_t>(-1), false},
+    };
+    for (const auto &[uid, isAccepted] : cases) {
+        const auto find = [uid = uid](const std::string &name) {
+            return AccountLookup{AccountLookup::Outcome::found, {name, uid, 100}};
+        };
+        const Recipient recipient = chooseRecipient("x", "localhost", {}, find);
+        EXPECT_EQ(recipient.outcome == Recipient::Outcome::accepted, isAccepted) << uid;
+    }
+}
+#endif
+
 TEST(ChooseRecipient, refuses_with_a_reason_that_can_be_shown)
 {
     struct Case
@@ -70,7 +96,9 @@ TEST(ChooseRecipient, refuses_with_a_reason_that_can_be_shown)
 
 TEST(ChooseRecipient, waits_for_a_user_directory_that_does_not_answer)
 {
-    EXPECT_EQ(choose("faraway", "localhost").outcome, Recipient::Outcome::unavailable);
+    const Recipient recipient = choose("faraway", "localhost");
+    EXPECT_EQ(recipient.outcome, Recipient::Outcome::unavailable);
+    EXPECT_EQ(recipient.reason, "The user directory does not answer");
 }
 
 TEST(ChooseRecipient, follows_the_first_rule_that_fits)

@@ -58,4 +58,20 @@ TEST_F(Delivery, a_job_that_cannot_be_published_as_a_whole_is_not_published_at_a
     }
 }
 
+TEST_F(Delivery, writes_into_no_file_or_link_that_was_there_before)
+{
+    writeFile(scratch.path() / "precious", "precious");
+    for (const char *inTheWay : {"1-7-0.document.part", "1-7-1.ticket.part"}) {
+        fs::create_symlink(scratch.path() / "precious", spool() / inTheWay);
+        EXPECT_THROW(deliver([] {}), backend::BackendFailure);
+        EXPECT_EQ(contents(scratch.path() / "precious"), "precious");
+        fs::remove(spool() / inTheWay);
+        writeFile(spool() / inTheWay, "another's");
+        EXPECT_THROW(deliver([] {}), backend::BackendFailure);
+        EXPECT_EQ(contents(spool() / inTheWay), "another's");
+        EXPECT_THAT(namesIn(spool()), ElementsAre(inTheWay));
+        fs::remove(spool() / inTheWay);
+    }
+}
+
 } // namespace
