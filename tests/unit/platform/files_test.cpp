@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <clocale>
@@ -119,6 +120,19 @@ TEST_F(Files, only_the_last_level_is_created)
     EXPECT_TRUE(VrpsCreateDir(at(L"a/b").c_str(), false));
     EXPECT_TRUE(VrpsCreateDir(at(L"a/b/c").c_str(), false));
     EXPECT_TRUE(fs::is_directory(onDisk(at(L"a/b/c"))));
+}
+
+TEST_F(Files, a_new_directory_is_as_open_as_the_users_mask_allows)
+{
+    const mode_t before = umask(0022);
+    EXPECT_TRUE(VrpsCreateDir(at(L"masked").c_str(), true));
+    umask(0);
+    EXPECT_TRUE(VrpsCreateDir(at(L"single").c_str(), true));
+    EXPECT_TRUE(VrpsCreateDir(at(L"last").c_str(), false));
+    umask(before);
+    EXPECT_EQ(fs::status(onDisk(at(L"masked"))).permissions(), fs::perms(0755));
+    EXPECT_EQ(fs::status(onDisk(at(L"single"))).permissions(), fs::perms(0777));
+    EXPECT_EQ(fs::status(onDisk(at(L"last"))).permissions(), fs::perms(0777));
 }
 
 TEST_F(Files, an_existing_directory_counts_as_created)
