@@ -9,7 +9,7 @@ import stat
 import subprocess
 import unittest
 
-from installed_system import DATA, add_user, start_server
+from installed_system import DATA, add_user, edit, start_server
 from packages import PACKAGES, make_packages
 from private_machine import build_dir, run, run_as, run_tests, source_dir, start_cupsd
 from spool_view import documents, make_pdf, print_as, queue_attribute, tickets, wait_for_job
@@ -113,6 +113,25 @@ class Package(unittest.TestCase):
         self.assertEqual(len(documents("alice")), 8)
 
         run("dpkg", "-P", "varek-print")
+        cupsd.terminate()
+        cupsd.wait()
+        self.assertEqual(sorted(all_files() - FILES_BEFORE), [])
+
+    def test_a_renamed_printer_keeps_its_jobs_and_leaves_nothing_of_either_name(self):
+        cupsd = start_cupsd()
+        install(PRINT)
+        held = print_as("alice", "-H", "hold", "/tmp/one.pdf")
+        for pattern, text in (('^Name="Varek"$', 'Name="Office"'), ('^Monitor="varek"$', 'Monitor="office"'),
+                              ('^MonitorDll="varek"$', 'MonitorDll="office"'),
+                              ('^Company=.*$', 'Company="Example Ltd"'), ('^Name="VarekPrint"$', 'Name="Example Print"')):
+            edit("/etc/varek/varek.ini", pattern, text)
+        run("dpkg-reconfigure", "varek-print")
+        self.assertEqual(queues(), "device for Office: office:127.0.0.1\n")
+        self.assertEqual(re.findall(r"^\S+", run("lpstat", "-o"), re.M), ["Office-%d" % held])
+        self.assertTrue(os.path.exists("/etc/xdg/Example Ltd/Example Print.conf"))
+
+        run("dpkg", "-P", "varek-print")
+        self.assertEqual(queues(), "")
         cupsd.terminate()
         cupsd.wait()
         self.assertEqual(sorted(all_files() - FILES_BEFORE), [])
