@@ -2,6 +2,7 @@
 #include "tests/support/HttpPeer.h"
 #include "tests/support/LibraryUpload.h"
 #include "tests/support/ScopedVariable.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/sanitizers.h"
 #include "wire/frames.h"
 
@@ -134,6 +135,39 @@ TEST(SilentServer, is_a_network_error_after_the_time_out)
         EXPECT_EQ(request.error(), "LOCAL/REQUEST/104") << request.description();
         isOver = true;
     }
+}
+
+TEST(SilentServer, whose_handshake_never_comes_cannot_be_connected)
+{
+    const LoopbackSocket silent = LoopbackSocket::listener();
+    LibraryRequest request("Server=\"127.0.0.1:" + std::to_string(silent.port()) +
+                           "\" Ssl=\"YES\" ConnectionTimeOut=\"1\"");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(request.command("VR_CMD=|MISC:NOP|"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, Seconds(20));
+    EXPECT_EQ(request.error(), "LOCAL/REQUEST/103") << request.description();
+}
+
+TEST(AnyServer, gets_a_long_body_in_one_post_without_being_asked_for_it_first)
+{
+    const TemporaryFolder folder;
+    std::string header;
+    {
+        const HttpPeer peer([&header](PeerRequest &request, LoopbackSocket &) {
+            header = request.header();
+            request.readAll();
+            return false;
+        });
+        LibraryRequest request(plainConnection(peer.port()));
+        const std::string path = folder.write("long", std::string(3'000'000, 'x'));
+        EXPECT_TRUE(
+            request.command("VR_CMD=|LOCAL:OBJECT:CREATE| TYPE=|FILE| NAME=|F| FILENAME=|" + path + "|"));
+        EXPECT_FALSE(request.command("VR_CMD=|OBJECT:SEND| NAME=|F|"));
+    }
+    EXPECT_TRUE(header.starts_with("POST /vrc HTTP/1.1\r\n")) << header;
+    EXPECT_NE(header.find("\r\nContent-Type: application/vnd.varek.frames\r\n"), std::string::npos) << header;
+    EXPECT_NE(header.find("\r\nContent-Length: 300"), std::string::npos) << header;
+    EXPECT_EQ(header.find("Expect"), std::string::npos) << header;
 }
 
 TEST(MissingServer, cannot_be_connected)
