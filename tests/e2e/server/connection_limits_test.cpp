@@ -29,6 +29,15 @@ std::string readAll(const LoopbackSocket &socket)
     return all;
 }
 
+int countOf(std::string_view what, std::string_view text)
+{
+    int count = 0;
+    for (std::size_t at = text.find(what); at != text.npos; at = text.find(what, at + what.size())) {
+        ++count;
+    }
+    return count;
+}
+
 /// More bytes than the system keeps for a connection whose other side does not read.
 std::string moreThanAConnectionKeeps()
 {
@@ -200,6 +209,37 @@ TEST_F(ConnectionLimits, a_server_that_ends_does_not_wait_for_ever_for_what_stil
     EXPECT_EQ(m_server.terminate(), 0);
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(30));
     EXPECT_EQ(readAll(idle), "");
+}
+
+TEST_F(ConnectionLimits, a_connection_is_kept_for_ten_thousand_requests)
+{
+    const LoopbackSocket socket = LoopbackSocket::connection(m_server.plainPort());
+    constexpr int batch = 100;
+    std::string requests;
+    for (int i = 0; i < batch; ++i) {
+        requests += "GET /vrc HTTP/1.1\r\nHost: x\r\n\r\n";
+    }
+    const auto answersTo = [&] {
+        std::string answers;
+        int count = 0;
+        socket.send(requests);
+        while (count < batch) {
+            const std::string piece = socket.receive();
+            if (piece.empty()) {
+                break;
+            }
+            answers += piece;
+            count = countOf("\r\n\r\n", answers);
+        }
+        return answers;
+    };
+    for (int sent = 0; sent < 9'900; sent += batch) {
+        ASSERT_EQ(countOf("HTTP/1.1 204", answersTo()), batch) << "behind " << sent;
+    }
+    const std::string last = answersTo();
+    EXPECT_EQ(countOf("HTTP/1.1 204", last), batch);
+    EXPECT_EQ(countOf("Connection: close", last), 1) << "the last one says so";
+    EXPECT_EQ(readAll(socket), "");
 }
 
 TEST_F(ConnectionLimits, headers_that_can_be_read_in_two_ways_are_refused)
