@@ -222,6 +222,22 @@ TEST_F(Configuration, has_the_common_frame_and_the_stated_size)
     EXPECT_EQ(ConfigDialog().pos(), QPoint(5, 6));
 }
 
+TEST_F(Configuration, has_its_settings_one_below_the_other_and_cancel_alone_at_the_left)
+{
+    storeHelp(L"DlgConfig", L"http://help/", false);
+    ConfigDialog dialog;
+    dialog.resize(500, 400);
+    dialog.show();
+    expectOneBelowTheOther(dialog, {"directoryLabel", "directoryEdit", "proxyServerLabel", "proxyServerEdit",
+                                    "proxyPortEdit", "checkVersionBox", "unsavePasswordBox",
+                                    "unsaveProxyPasswordBox", "versionLabel", "okButton"});
+    const QRect portLabel = child<QWidget>(dialog, "proxyPortLabel").geometry();
+    const QRect portEdit = child<QWidget>(dialog, "proxyPortEdit").geometry();
+    EXPECT_LT(portLabel.right(), portEdit.left());
+    EXPECT_LT(std::abs(portLabel.center().y() - portEdit.center().y()), portEdit.height() / 2);
+    expectButtonRow(dialog, "cancelButton", "helpButton", "okButton");
+}
+
 TEST_F(Configuration, shows_its_help_button_only_with_an_address_and_opens_it)
 {
     EXPECT_TRUE(button(ConfigDialog(), "helpButton").isHidden());

@@ -67,6 +67,9 @@ protected:
     static void expectButtonRow(const QDialog &dialog, const char *left, const char *middle,
                                 const char *right);
 
+    /// In a dialog that is shown: each of these widgets stands below the one before it.
+    static void expectOneBelowTheOther(const QDialog &dialog, const std::vector<const char *> &names);
+
     /// The names of the widgets that Tab visits, in order, from the focused one on.
     static std::vector<std::string> tabOrder(QDialog &dialog);
 

@@ -173,6 +173,23 @@ TEST_F(ProgressWindow, draws_later_bitmaps_over_earlier_ones)
     EXPECT_EQ(colorAt(220, 20), QColor(Qt::white));
 }
 
+TEST_F(ProgressWindow, has_its_pictures_in_the_corner_when_no_position_is_configured)
+{
+    configure(resource::messageWindowTextPosition, L"100,10");
+    addImage(resource::messageWindowBitmap1File, QStringLiteral("one.png"), {60, 60}, Qt::red);
+    addImage(resource::messageWindowBitmap2File, QStringLiteral("two.png"), {40, 40}, Qt::green);
+    addImage(resource::messageWindowBitmap3File, QStringLiteral("three.png"), {20, 20}, Qt::blue);
+    open();
+    EXPECT_EQ(colorAt(0, 0), QColor(Qt::blue));
+    EXPECT_EQ(colorAt(20, 20), QColor(Qt::green));
+    EXPECT_EQ(colorAt(39, 39), QColor(Qt::green));
+    EXPECT_EQ(colorAt(40, 40), QColor(Qt::red));
+    EXPECT_EQ(colorAt(59, 59), QColor(Qt::red));
+    EXPECT_EQ(colorAt(60, 60), QColor(Qt::white));
+    addImage(resource::messageWindowBitmapCancelFile, QStringLiteral("cancel.png"), {40, 20}, Qt::red);
+    EXPECT_EQ(child<QPushButton>(open(), "cancelButton").pos(), QPoint(0, 0));
+}
+
 TEST_F(ProgressWindow, leaves_out_an_image_that_is_missing_or_is_none)
 {
     configure(resource::messageWindowBitmap1File, L"missing.png");

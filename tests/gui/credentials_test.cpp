@@ -215,12 +215,8 @@ TEST_F(IdentifierDialog, has_its_fields_below_their_labels_and_cancel_alone_at_t
     UserPasswordDialog dialog;
     dialog.resize(500, 300);
     dialog.show();
-    int below = -1;
-    for (const char *name :
-         {"identLabel", "identEdit", "passwordLabel", "passwordEdit", "keepPasswordBox", "cancelButton"}) {
-        EXPECT_GT(child<QWidget>(dialog, name).y(), below) << name;
-        below = child<QWidget>(dialog, name).geometry().bottom();
-    }
+    expectOneBelowTheOther(dialog, {"identLabel", "identEdit", "passwordLabel", "passwordEdit",
+                                    "keepPasswordBox", "cancelButton"});
     expectButtonRow(dialog, "cancelButton", "helpButton", "okButton");
 }
 
@@ -263,6 +259,20 @@ TEST_F(ProxyDialog, has_the_common_frame_and_a_configured_position)
     expectFrame(ProxyUserPasswordDialog(), "okButton");
     configure(resource::dlgProxyPosition, L"33, 44");
     EXPECT_EQ(ProxyUserPasswordDialog().pos(), QPoint(33, 44));
+}
+
+TEST_F(ProxyDialog, has_its_fields_below_their_labels_and_cancel_alone_at_the_left)
+{
+    storeHelp(L"DlgIdent", L"http://help/", false);
+    ProxyUserPasswordDialog dialog;
+    dialog.resize(500, 300);
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    expectOneBelowTheOther(dialog, {"userLabel", "userEdit", "passwordLabel", "passwordEdit",
+                                    "keepPasswordBox", "cancelButton"});
+    expectButtonRow(dialog, "cancelButton", "helpButton", "okButton");
+    EXPECT_EQ(tabOrder(dialog), (std::vector<std::string>{"userEdit", "passwordEdit", "keepPasswordBox",
+                                                          "cancelButton", "helpButton", "okButton"}));
 }
 
 TEST_F(ProxyDialog, clears_the_login_password_and_the_stored_proxy_password_before_it_asks)

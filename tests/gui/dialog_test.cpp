@@ -66,6 +66,15 @@ void DialogTest::expectButtonRow(const QDialog &dialog, const char *left, const 
     }
 }
 
+void DialogTest::expectOneBelowTheOther(const QDialog &dialog, const std::vector<const char *> &names)
+{
+    int bottom = -1;
+    for (const char *name : names) {
+        EXPECT_GT(child<QWidget>(dialog, name).y(), bottom) << name;
+        bottom = child<QWidget>(dialog, name).geometry().bottom();
+    }
+}
+
 std::vector<std::string> DialogTest::tabOrder(QDialog &dialog)
 {
     std::vector<std::string> names;

@@ -172,8 +172,15 @@ TEST_F(PrintModes, stand_in_a_dialog_of_the_common_frame_and_the_stated_sizes)
         EXPECT_TRUE(child<QLabel>(dialog, name).wordWrap());
     }
     dialog.show();
-    EXPECT_LT(child<QWidget>(dialog, "standardButton").y(), child<QWidget>(dialog, "asyncButton").y());
-    EXPECT_LT(child<QWidget>(dialog, "asyncButton").y(), child<QWidget>(dialog, "tunnelButton").y());
+    expectOneBelowTheOther(dialog,
+                           {"headingLabel", "standardLabel", "asyncLabel", "tunnelLabel", "cancelButton"});
+    for (const std::string mode : {"standard", "async", "tunnel"}) {
+        const QRect radio = child<QWidget>(dialog, (mode + "Button").c_str()).geometry();
+        const QRect description = child<QWidget>(dialog, (mode + "Label").c_str()).geometry();
+        EXPECT_LT(radio.right(), description.left()) << mode;
+        EXPECT_TRUE(description.top() <= radio.center().y() && radio.center().y() <= description.bottom())
+            << mode;
+    }
     EXPECT_GE(child<QWidget>(dialog, "standardLabel").y() -
                   child<QWidget>(dialog, "headingLabel").geometry().bottom(),
               20);
