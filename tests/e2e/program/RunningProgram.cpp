@@ -121,6 +121,11 @@ std::string RunningProgram::window(const std::string &title) const
     return {};
 }
 
+std::string RunningProgram::windowClass(const std::string &window) const
+{
+    return shell("xprop -id " + window + " WM_CLASS");
+}
+
 void RunningProgram::press(const std::string &window, const std::string &key) const
 {
     shell("xdotool windowactivate --sync " + window + " key --clearmodifiers " + key);

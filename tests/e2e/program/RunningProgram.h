@@ -37,6 +37,9 @@ public:
     /// appeared in time or the program ended.
     [[nodiscard]] std::string window(const std::string &title) const;
 
+    /// What the window system takes a window's program for, as xprop prints it.
+    [[nodiscard]] std::string windowClass(const std::string &window) const;
+
     /// Gives a window the keyboard and presses a key, named as in the X key table.
     void press(const std::string &window, const std::string &key) const;
 

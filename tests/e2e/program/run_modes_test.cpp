@@ -147,6 +147,15 @@ TEST_F(RunModes, options_of_the_toolkit_are_none_of_the_program)
               1);
 }
 
+TEST_F(RunModes, the_toolkit_is_given_a_fixed_name_instead_of_the_arguments)
+{
+    RunningProgram program = start({"-m", "version", "-name", "another"});
+    const std::string window = program.window("Varek Printer");
+    EXPECT_EQ(program.windowClass(window), "WM_CLASS(STRING) = \"vrp.exe\", \"Varek Printer\"");
+    program.press(window, "Return");
+    EXPECT_EQ(program.exitStatus(), 0);
+}
+
 TEST_F(RunModes, help_without_a_page_succeeds)
 {
     installPrinter();

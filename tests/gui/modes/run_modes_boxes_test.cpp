@@ -82,6 +82,16 @@ TEST_F(RunModesBoxes, help_loads_the_texts_of_the_store_and_keeps_the_name_that_
     EXPECT_STREQ(m_main->company, L"Acme");
 }
 
+TEST_F(RunModesBoxes, help_succeeds_also_with_an_address_that_cannot_be_opened)
+{
+    installPrinter();
+    FreshMain::setArguments({L"-p", L"Office"});
+    SettingsFolder::write(m_settings.file(QStringLiteral("Acme"), QStringLiteral("Print"), true),
+                          "[Help]\nMain=ftp://print.example/help\n");
+    const PreparedAnswers nobody;
+    EXPECT_TRUE(m_main->Help());
+}
+
 TEST_F(RunModesBoxes, a_send_may_go_on_for_an_installed_printer)
 {
     installPrinter();
