@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpLog.h"
 
+#include "tests/support/ScopedVariable.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -9,6 +11,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <array>
+#include <ctime>
 #include <string>
 
 namespace {
@@ -31,6 +35,7 @@ protected:
     }
 };
 
+constexpr std::size_t dateLength = sizeof "dd/mm/yyyy" - 1;
 constexpr char stamp[] = "[0-3][0-9]/[01][0-9]/20[0-9][0-9] - [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\r\n";
 
 TEST(LogTimeStamp, is_day_first_with_leading_zeros)
@@ -43,6 +48,21 @@ TEST(LogTimeStamp, is_day_first_with_leading_zeros)
     local.tm_min = 5;
     local.tm_sec = 7;
     EXPECT_EQ(logTimeStamp(local), L"03/03/2013 - 09:05:07");
+}
+
+TEST_F(Log, is_stamped_with_the_local_time)
+{
+    const std::array<const char *, 2> zones{"AAA-14", "BBB+11"}; // a day and an hour apart
+    std::array<std::string, 2> stamps;
+    for (std::size_t i = 0; i < zones.size(); ++i) {
+        const ScopedVariable zone("TZ", zones.at(i));
+        tzset();
+        m_log.Open();
+        m_log.Close();
+        stamps.at(i) = content().substr(0, dateLength);
+    }
+    tzset();
+    EXPECT_NE(stamps[0], stamps[1]);
 }
 
 TEST_F(Log, without_a_name_creates_no_file)

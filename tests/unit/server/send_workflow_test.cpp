@@ -114,6 +114,15 @@ TEST_F(SendWorkflow, the_value_of_an_option_is_no_option)
     EXPECT_EQ(described("FILE_NAME"), "-p");
 }
 
+TEST_F(SendWorkflow, an_option_that_is_given_twice_counts_with_its_last_value)
+{
+    EXPECT_EQ(send({L"-p", L"Other", L"-p", L"Queue", L"-f", L"/none", L"-f", makeDocument(), L"-d", L"a",
+                    L"-d", L"b"}),
+              0);
+    EXPECT_EQ(described("PRINTER_NAME"), "Queue");
+    EXPECT_EQ(described("FILE_NAME"), "b");
+}
+
 // Single sign-on.
 
 TEST_F(SendWorkflow, no_credentials_are_asked_when_both_servers_take_single_sign_on)
@@ -178,6 +187,15 @@ TEST_F(SendWorkflow, test_mode_sends_a_document_of_its_own_and_removes_it)
     EXPECT_EQ(Transcript::count("> VR_PROC=||"), 0);
     EXPECT_EQ(Transcript::count("browser"), 0);
     EXPECT_FALSE(VrpsFileExist(VrpsGetTempPath() + L"/vrptmp.txt"));
+}
+
+TEST_F(SendWorkflow, test_mode_makes_no_document_for_a_printer_that_is_missing_or_unknown)
+{
+    useTestMode(runTest);
+    for (const std::vector<std::wstring> &arguments : {std::vector<std::wstring>{}, {L"-p", L"Other"}}) {
+        EXPECT_EQ(send(arguments), 1);
+        EXPECT_FALSE(VrpsFileExist(VrpsGetTempPath() + L"/vrptmp.txt"));
+    }
 }
 
 TEST_F(SendWorkflow, testb_mode_opens_the_portal_without_a_document)
