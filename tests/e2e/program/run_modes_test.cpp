@@ -147,6 +147,15 @@ TEST_F(RunModes, options_of_the_toolkit_are_none_of_the_program)
               1);
 }
 
+TEST_F(RunModes, a_desktops_folder_before_that_of_the_system_holds_no_settings_of_the_machine)
+{
+    installPrinter();
+    const std::string folder = m_settings.folder(false).toStdString();
+    const Arguments help{"-m", "help", "-s", "-p", "Office"};
+    EXPECT_EQ(run(help, {{"XDG_CONFIG_DIRS", folder}}), 0);
+    EXPECT_EQ(run(help, {{"XDG_CONFIG_DIRS", folder + ":/etc/xdg"}}), 1);
+}
+
 TEST_F(RunModes, the_toolkit_is_given_a_fixed_name_instead_of_the_arguments)
 {
     RunningProgram program = start({"-m", "version", "-name", "another"});
