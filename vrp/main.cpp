@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "vrp/core/VrpMain.h"
+#include "vrp/settings/store_access.h"
 
 #include <sys/resource.h>
 
@@ -45,6 +46,7 @@ int runSelectedMode(VrpMain &program)
 int main(int argc, char **argv)
 {
     forbidCoreDumps();
+    useMachineWideStoreFolder();
     VrpMain &program = *VrpsGetMain();
     program.Init(argc, argv);
     if (program.runMode == runNone) {

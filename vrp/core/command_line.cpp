@@ -121,6 +121,21 @@ void applySwitch(VrpMain &main, std::wstring_view argument)
     main.noConfirm = main.noConfirm || main.silent;
 }
 
+/// Takes the general options and the run mode from the arguments behind the program. Options and keywords are
+/// case-sensitive; an option whose value is missing and anything unknown are ignored.
+void applyGeneralOptions(VrpMain &main)
+{
+    for (std::size_t i = 1; i < main.arguments.size(); ++i) {
+        const std::wstring &argument = main.arguments[i];
+        if (argument != L"-m" && argument != L"-l") {
+            applySwitch(main, argument);
+        } else if (i + 1 < main.arguments.size()) {
+            ++i;
+            argument == L"-m" ? setRunMode(main, main.arguments[i]) : setLogFiles(main, main.arguments[i]);
+        }
+    }
+}
+
 } // namespace
 
 std::wstring MacGetCommandLine(int argc, char **argv)
@@ -171,17 +186,13 @@ std::wstring programFolder(const char *path)
     return QString2StdWString(folder);
 }
 
-void applyGeneralOptions(VrpMain &main)
+void VrpMain::Init(int argc, char **argv)
 {
-    for (std::size_t i = 1; i < main.arguments.size(); ++i) {
-        const std::wstring &argument = main.arguments[i];
-        if (argument != L"-m" && argument != L"-l") {
-            applySwitch(main, argument);
-        } else if (i + 1 < main.arguments.size()) {
-            ++i;
-            argument == L"-m" ? setRunMode(main, main.arguments[i]) : setLogFiles(main, main.arguments[i]);
-        }
-    }
+    runMode = runNone;
+    programDir = programFolder(argc > 0 ? argv[0] : "");
+    VrpsparseCmdLine(VrpsGetCommandLine(argc, argv).c_str(), arguments);
+    applyGeneralOptions(*this);
+    log.Remove();
 }
 
 std::vector<std::wstring> optionValues(const wchar_t *option)

@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-class VrpMain;
-
 /// Joins the arguments, decoded by the toolkit, into one line: each in double quotes, single spaces between.
 [[nodiscard]] std::wstring VrpsGetCommandLine(int argc, char **argv);
 [[nodiscard]] std::wstring MacGetCommandLine(int argc, char **argv);
@@ -18,10 +16,6 @@ int VrpsparseCmdLine(const wchar_t *commandLine, std::vector<std::wstring> &out)
 
 /// The folder of a program that was started by `path`: absolute, with "/" between, without a trailing "/".
 [[nodiscard]] std::wstring programFolder(const char *path);
-
-/// Takes the general options and the run mode from `main.arguments`, from index 1 on. Options and keywords
-/// are case-sensitive; an option whose value is missing and anything unknown are ignored.
-void applyGeneralOptions(VrpMain &main);
 
 /// Every value that follows `option` in the arguments of this run, in order. The last argument cannot be an
 /// option with a value, and a value is not looked at as an option: "-p -p x" gives "-p" alone.
