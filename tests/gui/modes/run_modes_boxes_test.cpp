@@ -70,6 +70,18 @@ TEST_F(RunModesBoxes, a_silent_run_shows_none)
     EXPECT_EQ(m_main->InitSend(), 1);
 }
 
+TEST_F(RunModesBoxes, a_send_alone_goes_on_without_a_window)
+{
+    m_main->silent = true;
+    FreshMain::setArguments({L"-p", L"Nowhere"});
+    EXPECT_EQ(m_main->Send(), 1);
+    EXPECT_FALSE(QApplication::quitOnLastWindowClosed());
+    EXPECT_EQ(m_main->Configure(), 1);
+    EXPECT_TRUE(QApplication::quitOnLastWindowClosed());
+    EXPECT_FALSE(m_main->Uninstall());
+    EXPECT_TRUE(QApplication::quitOnLastWindowClosed());
+}
+
 TEST_F(RunModesBoxes, help_loads_the_texts_of_the_store_and_keeps_the_name_that_was_given)
 {
     installPrinter();
