@@ -113,6 +113,23 @@ public:
         return bytes;
     }
 
+    /// Everything until the other side closes.
+    [[nodiscard]] std::string receiveAll() const
+    {
+        std::string all;
+        for (std::string piece = receive(); !piece.empty(); piece = receive()) {
+            all += piece;
+        }
+        return all;
+    }
+
+    /// Something has arrived, or the other side has closed.
+    [[nodiscard]] bool isReadable() const
+    {
+        pollfd entry{m_descriptor, POLLIN, 0};
+        return ::poll(&entry, 1, 0) > 0;
+    }
+
     /// Wakes up whoever waits for this socket.
     void shutDown() const { ::shutdown(m_descriptor, SHUT_RDWR); }
 

@@ -18,10 +18,7 @@ protected:
         socket.send("POST /vrc HTTP/1.1\r\nHost: x\r\nConnection: close\r\nContent-Type: "
                     "application/vnd.varek.frames\r\nContent-Length: " +
                     std::to_string(request.text.size()) + "\r\n\r\n" + request.text);
-        std::string answer;
-        for (std::string piece = socket.receive(); !piece.empty(); piece = socket.receive()) {
-            answer += piece;
-        }
+        const std::string answer = socket.receiveAll();
         return decodeAnswer(std::string_view(answer).substr(answer.find("\r\n\r\n") + 4));
     }
 

@@ -27,10 +27,7 @@ std::string exchanged(int port, const std::string &body, bool isLost)
     socket.send("POST /vrc HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n"
                 "Content-Type: application/vnd.varek.frames\r\nContent-Length: " +
                 std::to_string(body.size()) + "\r\n\r\n" + body);
-    std::string answer;
-    for (std::string piece = socket.receive(); !piece.empty(); piece = socket.receive()) {
-        answer += piece;
-    }
+    const std::string answer = socket.receiveAll();
     // What is lost on the way was answered all the same: nobody looks at it.
     const std::size_t header = answer.find("\r\n\r\n");
     return isLost || header == std::string::npos ? std::string() : answer.substr(header + 4);

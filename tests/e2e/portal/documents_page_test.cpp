@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/e2e/portal/WebDriver.h"
 #include "tests/support/FrameClient.h"
+#include "tests/support/PortalBrowser.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,10 +51,7 @@ protected:
 class DocumentsForms : public DocumentsPageTest
 {
 protected:
-    DocumentsForms() : m_site(m_server.host(), m_server.portalPort())
-    {
-        m_site.set_ca_cert_path(m_server.authority());
-    }
+    DocumentsForms() : m_site(m_server) {}
 
     httplib::Result post(const std::string &path, const std::string &body,
                          const httplib::Headers &headers = {})
@@ -66,12 +64,7 @@ protected:
         return "user=" + m_server.user() + "&password=" + password;
     }
 
-    httplib::Headers visitor()
-    {
-        const auto entered = post("/documents", credentials(m_server.password()));
-        const std::string cookie = entered->get_header_value("Set-Cookie");
-        return {{"Cookie", cookie.substr(0, cookie.find(';'))}};
-    }
+    httplib::Headers visitor() { return cookieOf(*post("/documents", credentials(m_server.password()))); }
 
     static std::string valueAfter(const std::string &page, const std::string &marker)
     {
@@ -81,7 +74,7 @@ protected:
                    : page.substr(at + marker.size(), page.find('"', at + marker.size()) - at - marker.size());
     }
 
-    httplib::SSLClient m_site;
+    PortalBrowser m_site;
 };
 
 TEST_F(DocumentsPageTest, a_person_logs_in_chooses_for_a_document_and_logs_out)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "appserver/control_digest.h"
 #include "tests/e2e/portal/WebDriver.h"
 #include "tests/support/FrameClient.h"
+#include "tests/support/PortalBrowser.h"
 #include "tests/support/sample_documents.h"
 
 #include <gmock/gmock.h>
@@ -14,7 +14,7 @@ class PortalPageTest : public ::testing::Test
 {
 protected:
     /// The address that a client would open for a document of these contents.
-    std::string portalAddress(const std::string &contents, const std::string &fileName)
+    std::string addressOf(const std::string &contents, const std::string &fileName)
     {
         FrameClient client(m_server);
         const std::string id =
@@ -28,8 +28,7 @@ protected:
             openPortalSession(client, m_server.user(), m_server.password(), documentId, ++m_nonce);
         ++m_nonce;
         return "https://127.0.0.1:" + std::to_string(m_server.portalPort()) +
-               "/portal?client=vrp&VR_SESSION_ID=" + session +
-               "&CTRL=" + appserver::controlDigest(session, m_server.user(), m_server.password());
+               portalAddress(session, m_server.user(), m_server.password());
     }
 
     std::vector<std::string> onlyDocument() const
@@ -70,7 +69,7 @@ using ::testing::HasSubstr;
 
 TEST_F(PortalPageTest, a_person_changes_the_parameters_and_confirms)
 {
-    const std::string address = portalAddress(samplePdf("Quarterly report"), "Quarterly report.pdf");
+    const std::string address = addressOf(samplePdf("Quarterly report"), "Quarterly report.pdf");
     WebDriver browser({});
     browser.open(address);
     EXPECT_THAT(browser.address(), ::testing::Not(HasSubstr("?")));
@@ -102,7 +101,7 @@ TEST_F(PortalPageTest, a_person_changes_the_parameters_and_confirms)
 
 TEST_F(PortalPageTest, the_keyboard_is_enough_and_scripts_are_not_needed)
 {
-    const std::string address = portalAddress("Dear reader,\n\nthis is plain text.\n", "letter.txt");
+    const std::string address = addressOf("Dear reader,\n\nthis is plain text.\n", "letter.txt");
     WebDriver::Settings settings;
     settings.runsScripts = false;
     WebDriver browser(settings);
@@ -125,7 +124,7 @@ TEST_F(PortalPageTest, the_keyboard_is_enough_and_scripts_are_not_needed)
 TEST_F(PortalPageTest, a_phone_shows_everything_without_scrolling_sideways)
 {
     const std::string address =
-        portalAddress(samplePdf("On the phone"), "A file with a rather long name 2026-11.pdf");
+        addressOf(samplePdf("On the phone"), "A file with a rather long name 2026-11.pdf");
     WebDriver browser({390, 844, true, true});
     browser.open(address);
     EXPECT_EQ(browser.evaluate("return window.innerWidth;").get<int>(), 390);
@@ -145,7 +144,7 @@ TEST_F(PortalPageTest, a_phone_shows_everything_without_scrolling_sideways)
 
 TEST_F(PortalPageTest, the_address_works_once)
 {
-    const std::string address = portalAddress("text\n", "a.txt");
+    const std::string address = addressOf("text\n", "a.txt");
     WebDriver first({});
     first.open(address);
     EXPECT_EQ(first.count("form"), 1U);
@@ -175,7 +174,7 @@ TEST_F(PortalPageTest, markup_in_names_and_documents_stays_text)
 {
     const std::string script = "<script>document.title='taken over'</script>";
     const std::string address =
-        portalAddress(script + "\n", "\"><img src=x onerror=\"document.title='taken over'\">'.txt");
+        addressOf(script + "\n", "\"><img src=x onerror=\"document.title='taken over'\">'.txt");
     WebDriver browser({});
     browser.open(address);
     EXPECT_EQ(browser.text("h1"), "\"><img src=x onerror=\"document.title='taken over'\">'.txt");
@@ -196,7 +195,7 @@ TEST_F(PortalPageTest, a_picture_is_shown)
                                 0x0C, 0x49, 0x44, 0x41, 0x54, 0x08, 0xD7, 0x63, 0x60, 0x60, 0xF8, 0x0F,
                                 0x00, 0x01, 0x04, 0x01, 0x00, 0x5F, 0xE5, 0xC3, 0x4B, 0x00, 0x00, 0x00,
                                 0x00, 0x49, 0x45, 0x4E, 0x44, 0xAE, 0x42, 0x60, 0x82};
-    const std::string address = portalAddress(std::string(std::begin(pixel), std::end(pixel)), "pixel.png");
+    const std::string address = addressOf(std::string(std::begin(pixel), std::end(pixel)), "pixel.png");
     WebDriver browser({});
     browser.open(address);
     browser.await(".picture img");
@@ -205,7 +204,7 @@ TEST_F(PortalPageTest, a_picture_is_shown)
 
 TEST_F(PortalPageTest, a_mistake_keeps_what_was_typed)
 {
-    const std::string address = portalAddress("text\n", "a.txt");
+    const std::string address = addressOf("text\n", "a.txt");
     WebDriver browser({});
     browser.open(address);
     browser.evaluate("document.querySelector('form').noValidate = true;");

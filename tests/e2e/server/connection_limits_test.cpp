@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "tests/support/FrameClient.h"
-#include "tests/support/LoopbackSocket.h"
+#include "tests/support/RawClientTest.h"
+#include "tests/support/wait_for.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 
@@ -15,19 +13,6 @@ using ::testing::StartsWith;
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-const std::string postHead =
-    "POST /vrc HTTP/1.1\r\nHost: x\r\nContent-Type: application/vnd.varek.frames\r\n";
-
-/// Everything until the server closes.
-std::string readAll(const LoopbackSocket &socket)
-{
-    std::string all;
-    for (std::string piece = socket.receive(); !piece.empty(); piece = socket.receive()) {
-        all += piece;
-    }
-    return all;
-}
 
 int countOf(std::string_view what, std::string_view text)
 {
@@ -47,51 +32,14 @@ std::string moreThanAConnectionKeeps()
 }
 
 /// What the server does with clients that take their time, and with more of them than it has room for.
-class ConnectionLimits : public ::testing::Test
+class ConnectionLimits : public RawClientTest
 {
 protected:
-    void expectAlive()
-    {
-        FrameClient client(m_server);
-        EXPECT_THAT(client.ask(RequestText().hello("directory", ++m_nonce)).lines, ElementsAre("W", "Z 0"));
-    }
-
-    [[nodiscard]] std::string ask(const std::string &request) const
-    {
-        const LoopbackSocket socket = LoopbackSocket::connection(m_server.plainPort());
-        socket.send(request);
-        return readAll(socket);
-    }
-
-    std::string openUpload(FrameClient &client)
-    {
-        return client
-            .ask(RequestText()
-                     .hello("upload", ++m_nonce)
-                     .command(1, loginLine(m_server.user(), m_server.password())))
-            .session;
-    }
-
     [[nodiscard]] std::size_t openDescriptors() const
     {
         const std::filesystem::path folder = "/proc/" + std::to_string(m_server.pid()) + "/fd";
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
     }
-
-    template <typename Condition>
-    static bool becomesTrue(Condition condition)
-    {
-        const auto deadline = Clock::now() + std::chrono::seconds(60);
-        bool isTrue = condition();
-        while (!isTrue && Clock::now() < deadline) {
-            ::poll(nullptr, 0, 10);
-            isTrue = condition();
-        }
-        return isTrue;
-    }
-
-    ServerProcess m_server;
-    std::uint8_t m_nonce = 0;
 };
 
 } // namespace
@@ -101,7 +49,7 @@ TEST_F(ConnectionLimits, a_tls_handshake_that_never_comes_is_given_up)
     m_server.configure("[Limits]\nHeaderSeconds=1\n");
     const LoopbackSocket silent = LoopbackSocket::connection(m_server.port());
     const auto start = Clock::now();
-    EXPECT_EQ(readAll(silent), "");
+    EXPECT_EQ(silent.receiveAll(), "");
     EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(900));
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(30));
     expectAlive();
@@ -111,7 +59,7 @@ TEST_F(ConnectionLimits, what_is_no_tls_on_a_port_of_tls_is_closed)
 {
     const LoopbackSocket socket = LoopbackSocket::connection(m_server.port());
     socket.send("GET /vrc HTTP/1.1\r\nHost: x\r\n\r\n");
-    EXPECT_EQ(readAll(socket).find("HTTP/1.1"), std::string::npos);
+    EXPECT_EQ(socket.receiveAll().find("HTTP/1.1"), std::string::npos);
     expectAlive();
 }
 
@@ -122,7 +70,7 @@ TEST_F(ConnectionLimits, connections_far_beyond_the_limit_are_closed_without_a_w
     std::string answer = "none yet";
     // Nobody reads or closes: each connection keeps its place until the server gives it up.
     for (int i = 0; i < 200 && !answer.empty(); ++i) {
-        sockets.push_back(LoopbackSocket::connection(m_server.plainPort()));
+        sockets.push_back(connect());
         if (i > 0) {
             answer = sockets.back().receive();
             EXPECT_TRUE(answer.empty() || answer.starts_with("HTTP/1.1 503 ")) << answer;
@@ -132,9 +80,9 @@ TEST_F(ConnectionLimits, connections_far_beyond_the_limit_are_closed_without_a_w
     EXPECT_GT(sockets.size(), 5U) << "a few are told why";
     sockets.clear();
     m_server.configure("[Limits]\nConnections=100\n");
-    EXPECT_TRUE(becomesTrue([&] {
+    waitFor("a free place", [&] {
         return ask("GET /vrc HTTP/1.1\r\nHost: x\r\nConnection: close\r\n\r\n").starts_with("HTTP/1.1 204");
-    }));
+    });
 }
 
 TEST_F(ConnectionLimits, without_descriptors_clients_wait_until_there_are_some_again)
@@ -144,11 +92,11 @@ TEST_F(ConnectionLimits, without_descriptors_clients_wait_until_there_are_some_a
     const rlimit none{openDescriptors(), before.rlim_max};
     ASSERT_EQ(::prlimit(m_server.pid(), RLIMIT_NOFILE, &none, nullptr), 0);
     std::vector<LoopbackSocket> clients; // the first ones may still find a number that was given back
-    EXPECT_TRUE(becomesTrue([&] {
-        clients.push_back(LoopbackSocket::connection(m_server.plainPort()));
+    waitFor("the first refusal for want of descriptors", [&] {
+        clients.push_back(connect());
         clients.back().send("GET /vrc HTTP/1.1\r\nHost: x\r\n\r\n");
         return m_server.log().find("cannot accept a connection: Too many open files") != std::string::npos;
-    }));
+    });
     ASSERT_EQ(::prlimit(m_server.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
     EXPECT_THAT(clients.back().receive(), StartsWith("HTTP/1.1 204"));
 }
@@ -160,18 +108,18 @@ TEST_F(ConnectionLimits, a_client_that_reads_late_gets_everything)
     const std::string bytes = moreThanAConnectionKeeps();
     client.ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|F|").file("F", bytes));
     const std::string body = RequestText().session(id, 2).command(3, "VR_CMD=|OBJECT:GET| NAME=|F|").text;
-    const LoopbackSocket late = LoopbackSocket::connection(m_server.plainPort());
-    late.send(postHead + "Connection: close\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
-              body);
+    const LoopbackSocket late = connect();
+    late.send(m_postHead + "Connection: close\r\nContent-Length: " + std::to_string(body.size()) +
+              "\r\n\r\n" + body);
     // Read only once no more arrives: then the server waits for this client.
     int arrived = 0;
     int last = -1;
-    EXPECT_TRUE(becomesTrue([&] {
+    waitFor("the system holding all that it takes for a late reader", [&] {
         last = arrived;
         ::poll(nullptr, 0, 100);
         return ::ioctl(late.descriptor(), FIONREAD, &arrived) == 0 && arrived > 0 && arrived == last;
-    }));
-    const std::string answer = readAll(late);
+    });
+    const std::string answer = late.receiveAll();
     EXPECT_GT(answer.size(), bytes.size());
     EXPECT_GE(std::ranges::count(answer, 'x'), 30'000'000);
 }
@@ -184,8 +132,8 @@ TEST_F(ConnectionLimits, a_client_that_leaves_in_the_middle_of_an_answer_ends_it
     client.ask(RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|F|").file("F", bytes));
     const std::string body = RequestText().session(id, 2).command(3, "VR_CMD=|OBJECT:GET| NAME=|F|").text;
     {
-        LoopbackSocket leaving = LoopbackSocket::connection(m_server.plainPort());
-        leaving.send(postHead + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+        LoopbackSocket leaving = connect();
+        leaving.send(m_postHead + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
         EXPECT_THAT(leaving.receive(), StartsWith("HTTP/1.1 200"));
         leaving.reset();
     }
@@ -196,24 +144,24 @@ TEST_F(ConnectionLimits, a_client_that_leaves_in_the_middle_of_an_answer_ends_it
 
 TEST_F(ConnectionLimits, a_server_that_ends_does_not_wait_for_ever_for_what_still_arrives)
 {
-    const LoopbackSocket half = LoopbackSocket::connection(m_server.plainPort());
-    half.send(postHead + "Content-Length: 1000\r\n\r\n" + RequestText().hello("directory", 1).text);
-    ASSERT_TRUE(becomesTrue([&] {
+    const LoopbackSocket half = connect();
+    half.send(m_postHead + "Content-Length: 1000\r\n\r\n" + RequestText().hello("directory", 1).text);
+    waitFor("the half request to be taken", [&] {
         int unsent = -1;
         return ::ioctl(half.descriptor(), TIOCOUTQ, &unsent) == 0 && unsent == 0;
-    }));
-    const LoopbackSocket idle = LoopbackSocket::connection(m_server.plainPort());
+    });
+    const LoopbackSocket idle = connect();
     idle.send("GET /vrc HTTP/1.1\r\nHost: x\r\n\r\n");
     EXPECT_THAT(idle.receive(), StartsWith("HTTP/1.1 204"));
     const auto start = Clock::now();
     EXPECT_EQ(m_server.terminate(), 0);
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(30));
-    EXPECT_EQ(readAll(idle), "");
+    EXPECT_EQ(idle.receiveAll(), "");
 }
 
 TEST_F(ConnectionLimits, a_connection_is_kept_for_ten_thousand_requests)
 {
-    const LoopbackSocket socket = LoopbackSocket::connection(m_server.plainPort());
+    const LoopbackSocket socket = connect();
     constexpr int batch = 100;
     std::string requests;
     for (int i = 0; i < batch; ++i) {
@@ -239,17 +187,17 @@ TEST_F(ConnectionLimits, a_connection_is_kept_for_ten_thousand_requests)
     const std::string last = answersTo();
     EXPECT_EQ(countOf("HTTP/1.1 204", last), batch);
     EXPECT_EQ(countOf("Connection: close", last), 1) << "the last one says so";
-    EXPECT_EQ(readAll(socket), "");
+    EXPECT_EQ(socket.receiveAll(), "");
 }
 
 TEST_F(ConnectionLimits, headers_that_can_be_read_in_two_ways_are_refused)
 {
     const std::string get = "GET /vrc HTTP/1.1\r\nHost: x\r\n";
     const std::pair<std::string, std::string> cases[]{
-        {postHead + "Content-Length: five\r\n\r\nhello", "HTTP/1.1 400"},
-        {postHead + "Content-Length: 5, 5\r\n\r\nhello", "HTTP/1.1 400"},
-        {postHead + "Transfer-Encoding: gzip\r\n\r\nhello", "HTTP/1.1 400"},
-        {postHead + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
+        {m_postHead + "Content-Length: five\r\n\r\nhello", "HTTP/1.1 400"},
+        {m_postHead + "Content-Length: 5, 5\r\n\r\nhello", "HTTP/1.1 400"},
+        {m_postHead + "Transfer-Encoding: gzip\r\n\r\nhello", "HTTP/1.1 400"},
+        {m_postHead + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
          "HTTP/1.1 400"},
         {"GET /" + std::string(300, 'x') + " HTTP/1.1\r\nHost: x\r\n\r\n", "HTTP/1.1 400"},
         {get + "Range: bytes=0-1,2-3\r\n\r\n", "HTTP/1.1 400"},
@@ -271,13 +219,13 @@ TEST_F(ConnectionLimits, a_body_that_drips_frame_by_frame_is_too_slow)
     RequestText request = RequestText().session(id, 1).command(2, "VR_CMD=|OBJECT:SEND| NAME=|F|");
     request.add(wire::ObjectFrame{wire::ObjectType::file, "F", 65536});
     wire::appendDataHeader(request.text, 65536);
-    const LoopbackSocket drip = LoopbackSocket::connection(m_server.plainPort());
-    drip.send(postHead + "Content-Length: 1000000\r\n\r\n" + request.text);
+    const LoopbackSocket drip = connect();
+    drip.send(m_postHead + "Content-Length: 1000000\r\n\r\n" + request.text);
     const auto start = Clock::now();
-    EXPECT_TRUE(becomesTrue([&] {
+    waitFor("the dripping client to be cut off", [&] {
         ::poll(nullptr, 0, 50); // this is what a dripping client does
         return !drip.send("x");
-    }));
+    });
     EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(900)) << "it had its second";
     EXPECT_THAT(client.ask(RequestText().session(id, 1).command(2, "VR_CMD=|MISC:NOP|")).lines,
                 ElementsAre("R 2", "Z 2"))

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "appserver/control_digest.h"
 #include "tests/support/FrameClient.h"
+#include "tests/support/PortalBrowser.h"
 #include "tests/support/file_bytes.h"
 #include "tests/support/sample_documents.h"
 
@@ -23,10 +23,7 @@ std::string sampleDocument(const char *name)
 class PortalHttp : public ::testing::Test
 {
 protected:
-    PortalHttp() : m_client(m_server), m_browser("127.0.0.1", m_server.portalPort())
-    {
-        m_browser.set_ca_cert_path(m_server.authority());
-    }
+    PortalHttp() : m_client(m_server), m_browser(m_server) {}
 
     std::string upload(const std::string &contents, const std::string &fileName = "document")
     {
@@ -38,8 +35,7 @@ protected:
     {
         const std::string session =
             openPortalSession(m_client, m_server.user(), m_server.password(), id, ++m_nonce);
-        return "/portal?client=vrp&VR_SESSION_ID=" + session +
-               "&CTRL=" + appserver::controlDigest(session, m_server.user(), m_server.password());
+        return portalAddress(session, m_server.user(), m_server.password());
     }
 
     /// Opens the page of a document; its path. The cookie is then in m_cookie.
@@ -47,8 +43,7 @@ protected:
     std::string openPage(Browser &browser, const std::string &id)
     {
         const auto opened = browser.Get(address(id));
-        const std::string header = opened->get_header_value("Set-Cookie");
-        m_cookie = {{"Cookie", header.substr(0, header.find(';'))}};
+        m_cookie = cookieOf(*opened);
         return opened->get_header_value("Location");
     }
 
@@ -57,11 +52,6 @@ protected:
     httplib::Response post(const std::string &path, const std::string &form)
     {
         return *m_browser.Post(path, m_cookie, form, "application/x-www-form-urlencoded");
-    }
-
-    static std::string tokenOn(const std::string &page)
-    {
-        return page.substr(page.find("name=\"token\" value=\"") + 20, 64);
     }
 
     /// As an administrator who knows SQL would.
@@ -76,7 +66,7 @@ protected:
 
     ServerProcess m_server;
     FrameClient m_client;
-    httplib::SSLClient m_browser;
+    PortalBrowser m_browser;
     httplib::Headers m_cookie;
     std::uint8_t m_nonce = 0;
 };
@@ -171,8 +161,7 @@ TEST_F(PortalHttp, over_plain_http_the_cookie_has_a_name_that_browsers_take_ther
     EXPECT_THAT(cookie, StartsWith("job="));
     EXPECT_THAT(cookie, HasSubstr("; HttpOnly; SameSite=Strict"));
     EXPECT_THAT(cookie, Not(HasSubstr("Secure")));
-    const auto page =
-        plain.Get(opened->get_header_value("Location"), {{"Cookie", cookie.substr(0, cookie.find(';'))}});
+    const auto page = plain.Get(opened->get_header_value("Location"), cookieOf(*opened));
     EXPECT_THAT(page->body, HasSubstr("plain.txt"));
 }
 
@@ -253,11 +242,9 @@ TEST_F(PortalHttp, nobody_sees_a_document_of_somebody_else)
     m_server.addUser("eve", "secret");
     const std::string id = upload("text\n", "private.txt");
     const std::string session = openPortalSession(m_client, "eve", "secret", id, ++m_nonce);
-    const auto opened = m_browser.Get("/portal?VR_SESSION_ID=" + session +
-                                      "&CTRL=" + appserver::controlDigest(session, "eve", "secret"));
+    const auto opened = m_browser.Get(portalAddress(session, "eve", "secret"));
     ASSERT_EQ(opened->status, 303);
-    const std::string cookie = opened->get_header_value("Set-Cookie");
-    m_cookie = {{"Cookie", cookie.substr(0, cookie.find(';'))}};
+    m_cookie = cookieOf(*opened);
     const auto page = get(opened->get_header_value("Location"));
     EXPECT_THAT(page.body, HasSubstr("There is no document"));
     EXPECT_THAT(page.body, Not(HasSubstr("private.txt")));
