@@ -44,6 +44,7 @@ MachinePrinters::~MachinePrinters()
 int VrpsMessageBox(const wchar_t *text, int icon, int buttons)
 {
     boxes->shown.push_back({wtoUTF8(text), icon, buttons});
+    boxes->whileShown();
     return boxes->answer;
 }
 

@@ -3,6 +3,7 @@
 
 #include "vrp/ui/message_boxes.h"
 
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -30,6 +31,7 @@ public:
     RecordedBoxes &operator=(const RecordedBoxes &) = delete;
 
     int answer = buttonYes;
+    std::function<void()> whileShown = [] {}; ///< what happens while a box is open
     std::vector<Box> shown;
 };
 

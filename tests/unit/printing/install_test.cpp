@@ -35,6 +35,18 @@ TEST_F(Install, asks_installs_and_reports)
     EXPECT_TRUE(fs::exists(m_shop.configFile()));
 }
 
+TEST_F(Install, the_success_is_reported_when_everything_is_in_place)
+{
+    setOptions({L"-r"});
+    std::vector<std::string> versions;
+    m_shop.boxes.whileShown = [&] {
+        versions.push_back(Workshop::stored("Software/Version"));
+        EXPECT_EQ(fs::exists(m_shop.configFile()), versions.size() == 1);
+    };
+    EXPECT_TRUE(VrpsInstall());
+    EXPECT_THAT(versions, ElementsAre("(none)", "1.00.000")); // question and success
+}
+
 TEST_F(Install, declining_the_question_changes_nothing)
 {
     for (const int answer : {int{buttonNo}, 0, int{buttonOk}, int{buttonYes | buttonNo}}) {

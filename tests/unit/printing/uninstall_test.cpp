@@ -30,6 +30,17 @@ TEST_F(Install, an_uninstallation_removes_queue_and_settings)
     EXPECT_EQ(Workshop::stored("Version"), "(none)");
 }
 
+TEST_F(Install, the_settings_go_when_the_success_was_acknowledged)
+{
+    installQuietly();
+    std::vector<std::string> companies;
+    m_shop.boxes.whileShown = [&] { companies.push_back(Workshop::registered("Office", "Company")); };
+    setUninstallOptions({L"-p", L"Office"});
+    EXPECT_TRUE(VrpsUninstall());
+    EXPECT_THAT(companies, ElementsAre("Acme", "Acme")); // question and success
+    EXPECT_EQ(Workshop::registered("Office", "Company"), "(none)");
+}
+
 TEST_F(Install, a_quiet_uninstallation_shows_nothing)
 {
     installQuietly();
