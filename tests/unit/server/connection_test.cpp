@@ -165,6 +165,16 @@ TEST_F(Connection, the_option_b_shows_the_masked_connection_string)
                        "User=\"user\" Password=\"****\" Ssl=\"YES\" ConnectionTimeOut=\"5\"\n");
 }
 
+TEST_F(Connection, the_box_of_the_option_b_comes_before_a_cancel_is_looked_for)
+{
+    main->showConnectionErrors = true;
+    user.cancelAtRefresh(2);
+    library.fail(nop, unreachable);
+    EXPECT_EQ(connect(), connectionCancelled);
+    EXPECT_EQ(Transcript::count("box information ok Unicode="), 1);
+    EXPECT_TRUE(Transcript::text().ends_with("\nrefresh\nclose\n"));
+}
+
 TEST_F(Connection, the_option_s_suppresses_the_box_of_the_option_b)
 {
     main->showConnectionErrors = true;

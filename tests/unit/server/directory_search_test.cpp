@@ -47,6 +47,9 @@ TEST_F(Directory, an_entry_without_a_directory_part_is_skipped)
     writeDirectories({L"a;app", L"b;app:dir"}, true);
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(servers(), Servers{"b:1082"});
+    EXPECT_TRUE(Transcript::text().starts_with(
+        "window Connecting the directory... -1\nwindow on top\nrefresh\nrefresh\nrefresh\nopen "))
+        << "the window is served for each entry, and in the connection";
 }
 
 TEST_F(Directory, an_entry_without_a_directory_part_takes_that_of_an_earlier_one)

@@ -139,6 +139,10 @@ TEST_F(UploadFailure, a_bad_format_is_told_as_such)
 {
     library.fail("VR_PROC=|ProcessFile|", {" pod ", "Input", "101 "});
     expectFailure("Invalid format file.", "VR_CMD=|LOCAL:REQUEST:ERROR_INFO| ERROR_STRING=|CODE|");
+    const std::string question = "> VR_CMD=|LOCAL:REQUEST:ERROR_INFO| ERROR_STRING=|";
+    EXPECT_NE(Transcript::text().find(question + "INFO|\n" + question + "SERVICE|\n" + question + "CLASS|\n" +
+                                      question + "CODE|\n> VR_CLOSE_SESSION=|YES|\n"),
+              std::string::npos);
     EXPECT_EQ(library.capacityOf("VR_CMD=|LOCAL:REQUEST:ERROR_INFO|"), 2048);
 }
 
