@@ -69,11 +69,11 @@ void reportFailure(void *request, const ErrorTriple &triple)
 {
     VrpMain &main = *VrpsGetMain();
     main.log.WriteLn(L" - Error");
-    const std::wstring report = maskCommand(errorReport(request, triple));
+    const std::wstring report = errorReport(request, triple);
     if (main.verbose && !main.silent) {
         VrpsMessageBox(report.c_str(), iconCritical, buttonOk);
     }
-    main.log.WriteLn(escapeControls(report).c_str());
+    main.log.WriteLn(escapeControls(maskCommand(report)).c_str());
 }
 
 // An upload has four commands for each block of 64 KiB: nothing is masked for a log that nobody wants.
