@@ -56,7 +56,8 @@ def warnings_on_standard_error():
     """The lines of the program and of the package's scripts for standard error, each up to where a value is filled in."""
     scripts = sources("packaging/debian/p*inst") + sources("packaging/debian/prerm")
     return (re.findall(r'"(vrp: [^%"\\]*)', sources("vrp/**/*.cpp")) +
-            [text.replace('\\"$queue\\"', '"..."') for text in re.findall(r'echo "(varek-print: the (?:[^"\\]|\\.)*)"', scripts)])
+            [re.sub(r'\\"\$\w+\\"', '"..."', text)
+             for text in re.findall(r'echo "(varek-print: the (?:[^"\\]|\\.)*)"', scripts)])
 
 
 def spool_messages():
